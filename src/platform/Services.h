@@ -1,0 +1,122 @@
+#pragma once
+// Operating-system services behind interfaces: each has a real implementation where the host
+// offers it, an "unavailable" one where it does not, and fakes in tests.
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tpc::platform {
+
+// Running applications, found and terminated by bundle identifier.
+class RunningApps {
+public:
+    virtual ~RunningApps() = default;
+    virtual bool isRunning(const std::string& bundleId) = 0;
+    // Asks every process of the application to quit (SIGTERM). Answers how many were asked.
+    virtual int terminate(const std::string& bundleId) = 0;
+};
+
+// The session login items: whether, and how, this application starts at login.
+class LoginItems {
+public:
+    virtual ~LoginItems() = default;
+    virtual bool available() const = 0;
+    // An item whose path has `appPath` as a prefix.
+    virtual bool exists(const std::string& appPath) = 0;
+    virtual bool enable(const std::string& appPath) = 0;
+    // Removes every matching item.
+    virtual bool disable(const std::string& appPath) = 0;
+};
+
+// GUI scripting. Off the platform that has it every script fails to compile.
+class ScriptRunner {
+public:
+    struct Result {
+        bool compiled = false;
+        bool succeeded = false;
+        std::string output; // the script's answer as text
+        std::string error;
+    };
+    virtual ~ScriptRunner() = default;
+    virtual Result run(const std::string& source) = 0;
+};
+
+struct SystemVersion {
+    int major = 0;
+    int minor = 0;
+    int bugFix = 0;
+};
+
+// Holding off system sleep while cleaning.
+class PowerInhibitor {
+public:
+    enum class Kind { NormalSleep, ForcedSleep };
+    virtual ~PowerInhibitor() = default;
+    // Takes a lock of the kind; false when the system refused or has no such service.
+    virtual bool acquire(Kind kind, const std::string& why) = 0;
+    virtual void release(Kind kind) = 0;
+    virtual bool held(Kind kind) const = 0;
+};
+
+class UnavailableScriptRunner final : public ScriptRunner {
+public:
+    Result run(const std::string& source) override;
+};
+
+class UnavailableLoginItems final : public LoginItems {
+public:
+    bool available() const override { return false; }
+    bool exists(const std::string&) override { return false; }
+    bool enable(const std::string&) override { return false; }
+    bool disable(const std::string&) override { return false; }
+};
+
+class UnavailablePowerInhibitor final : public PowerInhibitor {
+public:
+    bool acquire(Kind, const std::string&) override { return false; }
+    void release(Kind) override {}
+    bool held(Kind) const override { return false; }
+};
+
+// Processes read from a /proc folder; bundle identifiers map to process names through a small
+// table (e.g. "org.mozilla.firefox" → "firefox", "firefox-esr", "firefox-bin").
+class ProcRunningApps final : public RunningApps {
+public:
+    explicit ProcRunningApps(std::filesystem::path procRoot = "/proc");
+    bool isRunning(const std::string& bundleId) override;
+    int terminate(const std::string& bundleId) override;
+
+    // The process names of an application; the identifier's last dotted component, lowercased,
+    // when it is not in the table.
+    static std::vector<std::string> processNames(const std::string& bundleId);
+    // Process ids under procRoot whose name (comm, or the executable's base name) matches.
+    std::vector<int> findProcesses(const std::string& bundleId) const;
+
+private:
+    std::filesystem::path procRoot_;
+};
+
+// XDG autostart entries ("$XDG_CONFIG_HOME/autostart/<fileName>.desktop", system entries in
+// "$XDG_CONFIG_DIRS/autostart"; the user's file of the same name wins and Hidden=true in it
+// disables a system entry).
+class XdgAutostart final : public LoginItems {
+public:
+    XdgAutostart(std::filesystem::path configHome, std::vector<std::filesystem::path> configDirs,
+                 std::string fileName = "tavrin-privacy-cleaner.desktop",
+                 std::string appName = "Tavrin Privacy Cleaner");
+    bool available() const override { return true; }
+    bool exists(const std::string& appPath) override;
+    bool enable(const std::string& appPath) override;
+    bool disable(const std::string& appPath) override;
+
+private:
+    std::filesystem::path configHome_;
+    std::vector<std::filesystem::path> configDirs_;
+    std::string fileName_;
+    std::string appName_;
+};
+
+} // namespace tpc::platform
