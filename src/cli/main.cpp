@@ -1,3 +1,5 @@
 #include "cli/CliApp.h"
 
-int main(int argc, char** argv) { return tpc::cli::run(argc, argv); }
+int main(int argc, char** argv) {
+    return tpc::cli::run(argc, argv);
+}

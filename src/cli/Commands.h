@@ -1,0 +1,17 @@
+#pragma once
+// Each command group adds its subcommands to the parser and, when chosen, sets the handler that
+// runs once the engine has started.
+
+#include "cli/Session.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace tpc::cli {
+
+using Handler = std::function<int(Session&)>;
+
+// `settings list|get|set`.
+void addSettingsCommands(CLI::App& app, Handler& chosen);
+
+} // namespace tpc::cli

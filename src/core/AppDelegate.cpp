@@ -1,0 +1,205 @@
+#include "core/AppDelegate.h"
+
+#include "core/Clock.h"
+#include "core/Frontend.h"
+#include "core/Keys.h"
+#include "core/MainThread.h"
+#include "core/SystemLog.h"
+#include "core/UiScriptingTexts.h"
+#include "platform/Platform.h"
+
+namespace tpc::core {
+
+namespace {
+constexpr double kShutdownPollSeconds = 0.25;
+}
+
+AppDelegate::AppDelegate(AppServices services)
+    : services_(services),
+      settings_(services.platform.settingsFolder(), services.log, services.clock),
+      ctx_{settings_,         flags_,         services.frontend, services.mainThread,
+           services.platform, services.clock, services.log},
+      general_(settings_), presets_(settings_), tasks_(std::make_unique<TaskRunner>(ctx_)) {}
+
+AppDelegate::~AppDelegate() {
+    // Every worker sees an abort request and is waited for: no thread outlives the engine.
+    flags_.abortAllOtherScansAndCleans();
+    tasks_->joinAll();
+}
+
+void AppDelegate::startUp(const StartupOptions& options) {
+    // The order matters: later steps read what earlier ones built.
+    // (The privileged helper's version check and connection thread start here once the deletion
+    // engine exists; the schedule pickers and cookie lists are set up before the General
+    // settings are read.)
+    general_.loadGeneralPrefs();
+
+    // The status item is the desktop application's (set up by its front end after this step).
+
+    presets_.loadPresets();
+    // The eraser list, browser catalogue, application list and system list are built here, in
+    // that order, as their subsystems arrive.
+
+    // Interface state that reads the settings (login-item box, deletion choice, sleep boxes) is
+    // set by the desktop application from general() and loginItemExists().
+
+    // The default preset is ensured here, before first run.
+
+    firstRun(!options.headless);
+
+    // The selected preset is sized once here; the erase pattern blocks are made here.
+
+    if (!options.headless) {
+        services_.frontend.bringMainWindowToFront();
+        promptForUIElementsEnabling();
+        services_.frontend.ui("showMainWindow");
+    }
+}
+
+bool AppDelegate::loginItemExists() {
+    return services_.platform.loginItems().exists(services_.platform.applicationPath().string());
+}
+
+void AppDelegate::toggleLoginItem(bool on) {
+    auto& items = services_.platform.loginItems();
+    auto path = services_.platform.applicationPath().string();
+    if (on)
+        items.enable(path);
+    else
+        items.disable(path);
+}
+
+void AppDelegate::firstRun(bool addLoginItem) {
+    if (general_.firstRunDone())
+        return;
+    // Saved first, so that a failure later in first run does not repeat it.
+    general_.setFirstRunDone();
+    if (addLoginItem && !loginItemExists()) {
+        toggleLoginItem(true);
+        services_.frontend.ui("loginItemCheckBox", Value(true));
+    }
+    setFirstRunSchedules();
+    // The application list is filled with the installed applications here.
+    if (addLoginItem)
+        services_.frontend.ui("showMainWindow");
+}
+
+void AppDelegate::setFirstRunSchedules() {
+    // Monday 10:00, Wednesday 12:00 and Friday 14:00 for the "One Click Clean" preset, with the
+    // schedule enabled: filled in with the scheduler.
+}
+
+std::string AppDelegate::uiElementsProbeScript() {
+    return "tell application \"System Events\"\nset isUIScriptingEnabled to UI elements "
+           "enabled\nend tell\nreturn isUIScriptingEnabled\n";
+}
+
+std::string AppDelegate::getOpenSysPrefsScript() {
+    return "tell application \"System Events\"\n"
+           "tell application \"System Preferences\"\n"
+           "activate\n"
+           "reveal anchor \"Privacy\" of pane id \"com.apple.preference.security\"\n"
+           "end tell\n"
+           "end tell\n";
+}
+
+namespace {
+
+// Whether the system is older than 10.9.3, the version that moved the permission into the
+// Accessibility list. Without a version the newer texts apply.
+bool beforeAccessibilityList(const std::optional<platform::SystemVersion>& v) {
+    if (!v)
+        return false;
+    if (v->major != 10)
+        return v->major < 10;
+    return v->minor < 9 || (v->minor == 9 && v->bugFix < 3);
+}
+
+} // namespace
+
+std::string AppDelegate::uiScriptingPromptText(const std::optional<platform::SystemVersion>& v) {
+    return beforeAccessibilityList(v) ? uiscripting::kPromptBefore : uiscripting::kPromptFrom;
+}
+
+std::string AppDelegate::uiScriptingFollowUpText(const std::optional<platform::SystemVersion>& v) {
+    return beforeAccessibilityList(v) ? uiscripting::kFollowUpBefore : uiscripting::kFollowUpFrom;
+}
+
+void AppDelegate::promptForUIElementsEnabling() {
+    if (!general_.promptForSystemUIElementsEnabled())
+        return;
+    auto& scripts = services_.platform.scriptRunner();
+    auto probe = scripts.run(uiElementsProbeScript());
+    if (!probe.compiled) {
+        services_.log.log("UI elements enable script compile failed");
+        return;
+    }
+    if (probe.succeeded && probe.output == "true")
+        return;
+
+    auto version = services_.platform.systemVersion();
+    AlertRequest prompt;
+    prompt.title = "Information";
+    prompt.message = uiScriptingPromptText(version);
+    prompt.defaultButton = "OK";
+    prompt.alternateButton = "Not Now";
+    prompt.otherButton = "NO, don't prompt again";
+    int answer = services_.frontend.showAlert(prompt);
+    if (answer == AlertDefault) {
+        // Clearing the recent folders makes the system ask for the permission; the Finder
+        // script comes with the application recents. Then open the privacy settings.
+        scripts.run(getOpenSysPrefsScript());
+        AlertRequest followUp;
+        followUp.title = "Information";
+        followUp.message = uiScriptingFollowUpText(version);
+        followUp.defaultButton = "OK";
+        services_.frontend.showAlert(followUp);
+    } else if (answer == AlertOther) {
+        general_.setPromptForSystemUIElements(false);
+    }
+}
+
+void AppDelegate::terminateApp(ShutdownHooks hooks) {
+    terminatingApp_ = true;
+    // A task still running is asked to abort, so that quitting waits for it to wind down.
+    if (!flags_.allScansAndCleansAborted() || flags_.scanOrCleanRunning())
+        flags_.abortAllOtherScansAndCleans();
+    auto& clock = services_.clock;
+    auto& main = services_.mainThread;
+    tasks_->startThread([this, hooks = std::move(hooks), &clock, &main] {
+        while (!flags_.allScansAndCleansAborted())
+            clock.sleepFor(Clock::seconds(kShutdownPollSeconds));
+        main.invoke([&] {
+            if (hooks.removeStatusItem)
+                hooks.removeStatusItem();
+        });
+        main.post([hooks] {
+            if (hooks.closeMainWindow)
+                hooks.closeMainWindow();
+        });
+        for (;;) {
+            bool visible = false;
+            main.invoke([&] { visible = hooks.mainWindowVisible && hooks.mainWindowVisible(); });
+            if (!visible)
+                break;
+            clock.sleepFor(Clock::seconds(kShutdownPollSeconds));
+        }
+        main.post([hooks] {
+            if (hooks.terminate)
+                hooks.terminate();
+        });
+    });
+}
+
+void AppDelegate::windowWillClose() {
+    if (terminatingApp_)
+        return;
+    AlertRequest notice;
+    notice.title = "Tavrin Privacy Cleaner will be running";
+    notice.message =
+        "Tavrin Privacy Cleaner will be running and can be accessed from the status bar.";
+    notice.defaultButton = "OK";
+    services_.frontend.showAlert(notice);
+}
+
+} // namespace tpc::core

@@ -1,0 +1,98 @@
+#pragma once
+// The application's wiring: builds the shared context and every subsystem in the fixed start-up
+// order, runs first-start defaults and the UI-scripting prompt, and shuts down in order. Both front
+// ends drive the engine through one AppDelegate.
+
+#include "core/Context.h"
+#include "core/GeneralPrefs.h"
+#include "core/Settings.h"
+#include "core/TaskFlags.h"
+#include "core/TaskRunner.h"
+#include "presets/PresetStore.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tpc::platform {
+struct SystemVersion;
+}
+
+namespace tpc::core {
+
+// What the front end provides.
+struct AppServices {
+    Frontend& frontend;
+    MainThread& mainThread;
+    platform::Platform& platform;
+    Clock& clock;
+    SystemLog& log;
+};
+
+struct StartupOptions {
+    // Without window, status item and UI-scripting prompt, and never adding a login item (the
+    // command line).
+    bool headless = false;
+};
+
+// The window-facing steps of shutdown, run on the main thread.
+struct ShutdownHooks {
+    std::function<void()> removeStatusItem;
+    std::function<void()> closeMainWindow;
+    std::function<bool()> mainWindowVisible;
+    std::function<void()> terminate;
+};
+
+class AppDelegate {
+public:
+    explicit AppDelegate(AppServices services);
+    ~AppDelegate();
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+
+    void startUp(const StartupOptions& options);
+
+    Context& context() { return ctx_; }
+    Settings& settings() { return settings_; }
+    TaskFlags& flags() { return flags_; }
+    TaskRunner& tasks() { return *tasks_; }
+    GeneralPrefs& general() { return general_; }
+    presets::PresetStore& presets() { return presets_; }
+
+    // Start at login.
+    bool loginItemExists();
+    void toggleLoginItem(bool on);
+
+    // First-start defaults; runs only while "First Run Done" is absent.
+    void firstRun(bool addLoginItem);
+    void setFirstRunSchedules();
+
+    // The one-time prompt asking the user to allow UI scripting.
+    void promptForUIElementsEnabling();
+    static std::string uiElementsProbeScript();
+    static std::string getOpenSysPrefsScript();
+    // The two alert texts for a system version (none: the newer texts).
+    static std::string uiScriptingPromptText(const std::optional<platform::SystemVersion>& v);
+    static std::string uiScriptingFollowUpText(const std::optional<platform::SystemVersion>& v);
+
+    // Quit: asks every task to abort, then a waiting thread polls every 0.25 s until every abort
+    // has been handled, removes the status item, closes the window and terminates.
+    void terminateApp(ShutdownHooks hooks);
+    bool terminatingApp() const { return terminatingApp_.load(); }
+    // The main window closed: unless quitting, tell the user the program keeps running.
+    void windowWillClose();
+
+private:
+    AppServices services_;
+    Settings settings_;
+    TaskFlags flags_;
+    Context ctx_;
+    GeneralPrefs general_;
+    presets::PresetStore presets_;
+    std::unique_ptr<TaskRunner> tasks_;
+    std::atomic<bool> terminatingApp_{false};
+};
+
+} // namespace tpc::core
