@@ -44,16 +44,20 @@ struct PlatformOptions {
 
 class Platform {
 public:
+    // Throws std::runtime_error when there is no home folder: no `home` option and no absolute
+    // $HOME (for the process environment, the user's entry in the password database also serves).
     explicit Platform(PlatformOptions options);
     virtual ~Platform();
 
     Layout layout() const { return layout_; }
     const fs::path& home() const { return home_; }
     const fs::path& root() const { return root_; }
+    const fs::path& procRoot() const { return procRoot_; }
     // A system-wide absolute path looked up under the root ("/Applications" → <root>/Applications).
     fs::path underRoot(const fs::path& absolute) const;
 
-    // XDG base directories (linux layout; also answered in the macos layout, under the home).
+    // XDG base directories (linux layout; also answered in the macos layout, as the defaults under
+    // the home). The config dirs are already looked up under the root.
     fs::path xdgDataHome() const { return dataHome_; }
     fs::path xdgConfigHome() const { return configHome_; }
     fs::path xdgCacheHome() const { return cacheHome_; }
@@ -77,17 +81,22 @@ public:
 
     // Browsers.
     bool browserInstalled(Browser browser) const;
+    // The folder holding the Firefox profiles (macos <AppSupport>/Firefox/Profiles; linux
+    // ~/.mozilla/firefox, or $XDG_CONFIG_HOME/mozilla/firefox when ~/.mozilla is absent).
+    fs::path firefoxProfilesFolder() const;
     // Firefox profile folder and its cache folder; nullopt when no profile is found.
     std::optional<fs::path> firefoxProfile() const;
     std::optional<fs::path> firefoxCacheProfile() const;
     // "Cache" (macos) or "cache2" (linux): the web cache inside the cache profile.
     std::string firefoxWebCacheName() const;
-    // Chrome-family "Default" profile and cache folder (Google Chrome or Chromium).
+    // Chrome-family "Default" profile and cache folder (Google Chrome or Chromium; any other
+    // browser throws std::invalid_argument).
     fs::path chromeProfile(Browser browser) const;
     fs::path chromeCache(Browser browser) const;
     fs::path operaData() const;
     fs::path operaWebCache() const;
-    // Safari (macos layout only).
+    // Safari (offered in the macos layout only; the linux layout answers the same folders under
+    // the home, and browserInstalled(Safari) is always false there).
     fs::path safariFolder() const;
     fs::path safariCaches() const;
     // The Cookies.binarycookies candidates, in the order they are looked at.
@@ -103,13 +112,16 @@ public:
     // The path the application is installed at, for the login item.
     fs::path applicationPath() const;
 
-    // Reads "$XDG_CONFIG_HOME/user-dirs.dirs" (XDG_DOWNLOAD_DIR="$HOME/Downloads", ...).
+    // Reads "$XDG_CONFIG_HOME/user-dirs.dirs" (XDG_DOWNLOAD_DIR="$HOME/Downloads", ...). `name`
+    // is the variable ("XDG_DOWNLOAD_DIR") or its short form ("DOWNLOAD"); nullopt when the file,
+    // the line or an absolute folder is missing.
     std::optional<fs::path> userDir(const std::string& name) const;
 
 private:
     Layout layout_;
     fs::path home_;
     fs::path root_;
+    fs::path procRoot_;
     fs::path dataHome_, configHome_, cacheHome_, stateHome_;
     std::vector<fs::path> configDirs_;
     std::shared_ptr<RunningApps> runningApps_;

@@ -82,7 +82,8 @@ public:
 };
 
 // Processes read from a /proc folder; bundle identifiers map to process names through a small
-// table (e.g. "org.mozilla.firefox" → "firefox", "firefox-esr", "firefox-bin").
+// table (e.g. "org.mozilla.firefox" → "firefox", "firefox-esr", "firefox-bin"). Only the
+// processes of this user count, and this process never does.
 class ProcRunningApps final : public RunningApps {
 public:
     explicit ProcRunningApps(std::filesystem::path procRoot = "/proc");
@@ -101,7 +102,8 @@ private:
 
 // XDG autostart entries ("$XDG_CONFIG_HOME/autostart/<fileName>.desktop", system entries in
 // "$XDG_CONFIG_DIRS/autostart"; the user's file of the same name wins and Hidden=true in it
-// disables a system entry).
+// disables a system entry). Only the entry of `fileName` is ever looked at or changed; enable
+// writes it atomically, disable removes it and hides a matching system entry.
 class XdgAutostart final : public LoginItems {
 public:
     XdgAutostart(std::filesystem::path configHome, std::vector<std::filesystem::path> configDirs,
@@ -112,7 +114,14 @@ public:
     bool enable(const std::string& appPath) override;
     bool disable(const std::string& appPath) override;
 
+    // "$XDG_CONFIG_HOME/autostart/<fileName>".
+    std::filesystem::path userEntry() const;
+
 private:
+    // The system entry of that name in the most important config dir that has one.
+    std::optional<std::filesystem::path> systemEntry() const;
+    std::string entryText(const std::string& appPath, bool hidden) const;
+
     std::filesystem::path configHome_;
     std::vector<std::filesystem::path> configDirs_;
     std::string fileName_;

@@ -1,0 +1,80 @@
+#include "platform/FirefoxProfiles.h"
+
+#include "platform/KeyFile.h"
+#include "platform/TextFile.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace tpc::platform {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A real folder: a link is never taken for a profile, so no cleaner walks through one.
+bool isFolder(const fs::path& path) {
+    std::error_code ec;
+    return fs::is_directory(fs::symlink_status(path, ec));
+}
+
+fs::path resolve(const std::string& path, bool relative, const fs::path& folder) {
+    fs::path p(path);
+    if (relative || !p.is_absolute())
+        p = folder / p.relative_path();
+    return p.lexically_normal();
+}
+
+} // namespace
+
+std::optional<fs::path> firstDefaultProfile(const fs::path& folder) {
+    std::error_code ec;
+    std::vector<fs::path> found;
+    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec))
+        if (it->path().extension() == ".default" && isFolder(it->path()))
+            found.push_back(it->path());
+    if (found.empty())
+        return std::nullopt;
+    return *std::min_element(found.begin(), found.end());
+}
+
+std::optional<fs::path> profileFromIni(const std::string& iniText, const fs::path& folder) {
+    auto ini = KeyFile::parse(iniText);
+    std::vector<fs::path> choices;
+    for (const auto& group : ini.groups())
+        if (group.name.starts_with("Install"))
+            if (auto path = group.value("Default"); path && !path->empty())
+                choices.push_back(resolve(*path, false, folder));
+
+    std::vector<fs::path> profiles;
+    std::optional<fs::path> markedDefault;
+    for (const auto& group : ini.groups()) {
+        if (!group.name.starts_with("Profile"))
+            continue;
+        auto path = group.value("Path");
+        if (!path || path->empty())
+            continue;
+        auto resolved = resolve(*path, group.value("IsRelative") == "1", folder);
+        profiles.push_back(resolved);
+        if (!markedDefault && group.value("Default") == "1")
+            markedDefault = resolved;
+    }
+    if (markedDefault)
+        choices.push_back(*markedDefault);
+    if (profiles.size() == 1)
+        choices.push_back(profiles.front());
+
+    for (const auto& choice : choices)
+        if (isFolder(choice))
+            return choice;
+    return std::nullopt;
+}
+
+std::optional<fs::path> findFirefoxProfile(const fs::path& folder) {
+    if (auto text = readTextFile(folder / "profiles.ini"))
+        if (auto profile = profileFromIni(*text, folder))
+            return profile;
+    return firstDefaultProfile(folder);
+}
+
+} // namespace tpc::platform

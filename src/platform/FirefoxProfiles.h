@@ -1,0 +1,24 @@
+#pragma once
+// Finding the Firefox profile in use inside a profiles folder.
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace tpc::platform {
+
+// The first entry of `folder`, in name order, that is a folder whose extension is exactly
+// ".default" ("abcd.default"; "abcd.default-release" is not one).
+std::optional<std::filesystem::path> firstDefaultProfile(const std::filesystem::path& folder);
+
+// The profile profiles.ini names, in this order: an [Install...] group's Default=, the
+// [ProfileN] with Default=1, the only [ProfileN]. Relative paths (IsRelative=1, or any path that
+// is not absolute) are taken under `folder`. Only existing folders count: a choice that is not
+// one falls through to the next.
+std::optional<std::filesystem::path> profileFromIni(const std::string& iniText,
+                                                    const std::filesystem::path& folder);
+
+// profiles.ini inside `folder`, else firstDefaultProfile(folder).
+std::optional<std::filesystem::path> findFirefoxProfile(const std::filesystem::path& folder);
+
+} // namespace tpc::platform
