@@ -56,7 +56,8 @@ Session::~Session() {
     // Let every worker wind down while its main-thread requests are still served.
     if (app_) {
         app_->flags().abortAllOtherScansAndCleans();
-        mainThread_.runUntil([this] { return app_->flags().allScansAndCleansAborted(); });
+        mainThread_.runUntil(
+            [this] { return app_->flags().allScansAndCleansAborted() && app_->tasks().idle(); });
     }
     app_.reset();
 }

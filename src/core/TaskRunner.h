@@ -7,7 +7,9 @@
 #include "core/Frontend.h"
 #include "core/TaskFlags.h"
 
+#include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -49,38 +51,51 @@ public:
     // abortCleaning. Otherwise: disable the category's controls, ask every other task to abort,
     // show the progress sheet, point its button at this action, set the flags and start `worker`
     // on a new thread.
-    void buttonClicked(const TaskSpec& spec, Sender sender, std::function<void()> worker);
+    void buttonClicked(const TaskSpec& task, Sender sender, std::function<void()> worker);
 
     // A clean's button action: while changes were made since the last scan it first asks
     // "Changes Made"; "Clean" clears the flag and starts the clean, "Scan" runs `startScan`.
-    void cleanButtonClicked(const TaskSpec& spec, Sender sender, std::function<void()> worker,
+    void cleanButtonClicked(const TaskSpec& task, Sender sender, std::function<void()> worker,
                             const std::function<void()>& startScan);
-    // The "Changes Made" prompt alone, for callers that start their clean themselves.
+    // The "Changes Made" prompt alone, on the main thread, for callers that start their clean
+    // themselves. The answer "Clean" also clears changesMade.
     ChangesMadeAnswer askChangesMade();
 
     // The worker's first step: polls every 0.5 s until no other task is running.
-    void waitForOtherTasks(const TaskSpec& spec);
+    void waitForOtherTasks(const TaskSpec& task);
 
     // preProcessAbort<Category>Scan / Clean: called at every abort check point; answers true
     // when the task was aborted and has been wound down (the worker returns at once).
-    bool preProcessAbort(const TaskSpec& spec);
+    bool preProcessAbort(const TaskSpec& task);
 
     // Shows an alert from a worker and waits for the answer (showAlertPanelWithData).
     int showAlertFromWorker(const AlertRequest& request);
     // alertThread: 1.5 s later, on its own thread, shows the alert without blocking anyone.
     void alertThread(const AlertRequest& request);
 
-    // Starts a helper thread owned by the runner (joined by joinAll and the destructor).
+    // Starts a helper thread owned by the runner (joined by joinAll and the destructor). Threads
+    // that have finished are joined here, so a long session does not pile them up.
     void startThread(std::function<void()> body);
-    // Waits for every thread this runner started.
+    // Waits for every thread this runner started, including threads they start meanwhile. Never
+    // call it from one of those threads, nor from the main thread while a worker may be waiting
+    // for it in MainThread::invoke.
     void joinAll();
+    // True when every thread this runner started has finished its work.
+    bool idle();
 
     Context& context() { return ctx_; }
 
 private:
+    struct OwnedThread {
+        std::thread thread;
+        std::shared_ptr<std::atomic<bool>> finished;
+    };
+
+    void reapFinishedLocked();
+
     Context& ctx_;
     std::mutex threadsMutex_;
-    std::vector<std::thread> threads_;
+    std::vector<OwnedThread> threads_;
 };
 
 } // namespace tpc::core
