@@ -5,7 +5,8 @@
 namespace tpc::core::uiscripting {
 
 inline constexpr const char* kPromptBefore =
-    "Click 'OK' and follow the steps below to let Tavrin Privacy Cleaner automatically clear recent items under Apple menu and recent folder list in Finder, while running clean process.\n"
+    "Click 'OK' and follow the steps below to let Tavrin Privacy Cleaner automatically clear "
+    "recent items under Apple menu and recent folder list in Finder, while running clean process.\n"
     "- It will lead to a prompt from the system, here click \"Open System Preferences\".\n"
     "- Click on the LOCK icon at the bottom of the window\n"
     "- Authenticate by giving your admin password.\n"
@@ -13,7 +14,8 @@ inline constexpr const char* kPromptBefore =
     "Note: This message will appear again, for your guidance.";
 
 inline constexpr const char* kPromptFrom =
-    "Click 'OK' and follow the steps below to let Tavrin Privacy Cleaner automatically clear recent items under Apple menu and recent folder list in Finder, while running clean process.\n"
+    "Click 'OK' and follow the steps below to let Tavrin Privacy Cleaner automatically clear "
+    "recent items under Apple menu and recent folder list in Finder, while running clean process.\n"
     "- Choose ‘Accessibility’ option  under ‘Privacy’\n"
     "- Click on the LOCK icon at the bottom of the window\n"
     "- Authenticate by giving your admin password\n"
@@ -21,14 +23,16 @@ inline constexpr const char* kPromptFrom =
     "Note: This message will appear again, for your guidance.";
 
 inline constexpr const char* kFollowUpBefore =
-    "Follow the steps below to let Tavrin Privacy Cleaner automatically clear recent items under Apple menu and recent folder list in Finder, while running clean process.\n"
+    "Follow the steps below to let Tavrin Privacy Cleaner automatically clear recent items under "
+    "Apple menu and recent folder list in Finder, while running clean process.\n"
     "- It will lead to a prompt from the system, here click \"Open System Preferences\".\n"
     "- Click on the LOCK icon at the bottom of the window\n"
     "- Authenticate by giving your admin password.\n"
     "- Tick the check box for ‘Tavrin Privacy Cleaner’";
 
 inline constexpr const char* kFollowUpFrom =
-    "Follow the steps below to let Tavrin Privacy Cleaner automatically clear recent items under Apple menu and recent folder list in Finder, while running clean process.\n"
+    "Follow the steps below to let Tavrin Privacy Cleaner automatically clear recent items under "
+    "Apple menu and recent folder list in Finder, while running clean process.\n"
     "- Choose ‘Accessibility’ option  under ‘Privacy’\n"
     "- Click on the LOCK icon at the bottom of the window\n"
     "- Authenticate by giving your admin password\n"
