@@ -157,51 +157,16 @@ void TaskRunner::alertThread(const AlertRequest& request) {
     });
 }
 
-void TaskRunner::reapFinishedLocked() {
-    for (auto it = threads_.begin(); it != threads_.end();) {
-        if (it->finished->load()) {
-            it->thread.join();
-            it = threads_.erase(it);
-        } else {
-            ++it;
-        }
-    }
-}
-
 void TaskRunner::startThread(std::function<void()> body) {
-    auto finished = std::make_shared<std::atomic<bool>>(false);
-    std::lock_guard lock(threadsMutex_);
-    reapFinishedLocked();
-    std::thread t([body = std::move(body), finished]() mutable {
-        if (body)
-            body();
-        // Whatever the body holds goes now, so reaping a finished thread never waits on it.
-        body = nullptr;
-        finished->store(true);
-    });
-    threads_.push_back(OwnedThread{std::move(t), std::move(finished)});
-}
-
-bool TaskRunner::idle() {
-    std::lock_guard lock(threadsMutex_);
-    for (const auto& owned : threads_)
-        if (!owned.finished->load())
-            return false;
-    return true;
+    threads_.start(std::move(body));
 }
 
 void TaskRunner::joinAll() {
-    for (;;) {
-        std::vector<OwnedThread> batch;
-        {
-            std::lock_guard lock(threadsMutex_);
-            batch.swap(threads_);
-        }
-        if (batch.empty())
-            return;
-        for (auto& owned : batch)
-            owned.thread.join();
-    }
+    threads_.joinAll();
+}
+
+bool TaskRunner::idle() {
+    return threads_.idle();
 }
 
 } // namespace tpc::core

@@ -6,6 +6,7 @@
 #include "core/Context.h"
 #include "core/Frontend.h"
 #include "core/TaskFlags.h"
+#include "core/ThreadGroup.h"
 
 #include <atomic>
 #include <functional>
@@ -86,16 +87,8 @@ public:
     Context& context() { return ctx_; }
 
 private:
-    struct OwnedThread {
-        std::thread thread;
-        std::shared_ptr<std::atomic<bool>> finished;
-    };
-
-    void reapFinishedLocked();
-
     Context& ctx_;
-    std::mutex threadsMutex_;
-    std::vector<OwnedThread> threads_;
+    ThreadGroup threads_;
 };
 
 } // namespace tpc::core
