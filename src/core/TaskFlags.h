@@ -31,6 +31,8 @@ public:
 
     bool abortCleaning() const { return abortCleaning_.load(); }
     void setAbortCleaning(bool on) { abortCleaning_.store(on); }
+    // The flag itself, for code that only reads it (the deletion engine).
+    const std::atomic<bool>& abortCleaningFlag() const { return abortCleaning_; }
 
     bool changesMade() const { return changesMade_.load(); }
     void setChangesMade(bool on) { changesMade_.store(on); }
