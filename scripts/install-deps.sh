@@ -8,6 +8,7 @@ packages=(
     libcli11-dev nlohmann-json3-dev
     libsqlite3-dev libsystemd-dev
     libgtest-dev libgmock-dev
+    qt6-base-dev qt6-svg-dev libgl-dev fonts-dejavu-core
 )
 
 missing=()

@@ -1,0 +1,207 @@
+#include "ui/UiApp.h"
+
+#include "core/AppDelegate.h"
+#include "core/Clock.h"
+#include "core/SystemLog.h"
+#include "core/ThreadGroup.h"
+#include "platform/Platform.h"
+#include "ui/MainWindow.h"
+#include "ui/PreferencesPage.h"
+#include "ui/ProgressSheet.h"
+#include "ui/QtFrontend.h"
+#include "ui/QtMainThread.h"
+#include "ui/Resources.h"
+#include "ui/StatusItem.h"
+
+#include <CLI/CLI.hpp>
+#include <QApplication>
+#include <QIcon>
+#include <QImage>
+#include <QPointer>
+#include <QTimer>
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+namespace tpc::ui {
+
+namespace {
+
+struct Options {
+    std::string layout;
+    std::string home;
+    std::string root = "/";
+    std::string screenshot;
+};
+
+// Parses the options the application shares with tpc. Answers an exit status when the program
+// must stop (help, bad input).
+std::optional<int> parseOptions(int argc, char** argv, Options& options) {
+    CLI::App cli{"Tavrin Privacy Cleaner", "tavrin-privacy-cleaner"};
+    cli.add_option("--layout", options.layout, "folder layout: macos or linux");
+    cli.add_option("--home", options.home, "the user's home folder");
+    cli.add_option("--root", options.root, "the file-system root for system-wide folders");
+    cli.add_option("--screenshot", options.screenshot,
+                   "write a picture of the main window to FILE and quit");
+    cli.allow_extras(); // Qt's own options (-platform, -style, ...)
+    try {
+        cli.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return cli.exit(e);
+    } catch (const CLI::ParseError& e) {
+        std::cerr << "tavrin-privacy-cleaner: " << e.what() << "\n";
+        return 2;
+    }
+    return std::nullopt;
+}
+
+std::optional<platform::PlatformOptions> platformOptions(const Options& options) {
+    platform::PlatformOptions popts;
+    if (!options.layout.empty()) {
+        auto layout = platform::parseLayout(options.layout);
+        if (!layout) {
+            std::cerr << "tavrin-privacy-cleaner: unknown layout \"" << options.layout
+                      << "\" (use macos or linux)\n";
+            return std::nullopt;
+        }
+        popts.layout = *layout;
+    }
+    std::error_code ec;
+    if (!options.home.empty()) {
+        auto home = std::filesystem::absolute(options.home, ec);
+        if (ec || !std::filesystem::is_directory(home)) {
+            std::cerr << "tavrin-privacy-cleaner: home folder \"" << options.home
+                      << "\" does not exist\n";
+            return std::nullopt;
+        }
+        popts.home = home;
+    }
+    auto root = std::filesystem::absolute(options.root, ec);
+    if (ec || !std::filesystem::is_directory(root)) {
+        std::cerr << "tavrin-privacy-cleaner: root folder \"" << options.root
+                  << "\" does not exist\n";
+        return std::nullopt;
+    }
+    popts.root = root;
+    return popts;
+}
+
+// Everything the running application holds, destroyed in the reverse order of building: the
+// engine's threads are joined while the widgets they post to still exist.
+class Application {
+public:
+    explicit Application(platform::PlatformOptions popts)
+        : platform_(std::move(popts)), window_(HoverEnvironment{clock_, mainThread_, uiThreads_}),
+          sheet_(&window_), frontend_(window_, sheet_, statusItem_),
+          app_(core::AppServices{frontend_, mainThread_, platform_, clock_, log_}) {}
+
+    ~Application() {
+        // Workers and hover delays first, while everything they reach is still here.
+        app_.flags().abortAllOtherScansAndCleans();
+        uiThreads_.joinAll();
+    }
+
+    void start() {
+        window_.setWindowIcon(QIcon(QPixmap::fromImage(image("app-icon.png"))));
+        window_.onClose = [this] {
+            app_.windowWillClose();
+        };
+        statusItem_.onShowWindow = [this] {
+            frontend_.bringMainWindowToFront();
+        };
+        statusItem_.onOneClickClean = [this] {
+            // The presets bring the one-click clean of the selected preset; until then the
+            // entry opens its page.
+            frontend_.bringMainWindowToFront();
+            window_.buttonMainAutoCleanClicked();
+        };
+        statusItem_.onQuit = [this] {
+            quit();
+        };
+
+        app_.startUp(core::StartupOptions{.headless = false});
+
+        // Interface state read from the settings, once they are loaded.
+        prefs_ = new PreferencesPage(app_);
+        window_.setPageContent("14", prefs_);
+        frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
+            if (action == "loginItemCheckBox" && prefs_)
+                prefs_->setLoginItemChecked(detail.toBool());
+        };
+        statusItem_.show();
+    }
+
+    void quit() {
+        core::ShutdownHooks hooks;
+        hooks.removeStatusItem = [this] {
+            statusItem_.remove();
+        };
+        hooks.closeMainWindow = [this] {
+            window_.close();
+        };
+        hooks.mainWindowVisible = [this] {
+            return window_.isVisible();
+        };
+        hooks.terminate = [] {
+            QApplication::quit();
+        };
+        app_.terminateApp(std::move(hooks));
+    }
+
+    MainWindow& window() { return window_; }
+
+private:
+    core::RealClock clock_;
+    core::SystemLog log_;
+    QtMainThread mainThread_;
+    core::ThreadGroup uiThreads_;
+    platform::Platform platform_;
+    MainWindow window_;
+    ProgressSheet sheet_;
+    StatusItem statusItem_;
+    QtFrontend frontend_;
+    core::AppDelegate app_;
+    QPointer<PreferencesPage> prefs_;
+};
+
+} // namespace
+
+int runApplication(int argc, char** argv) {
+    Options options;
+    if (auto status = parseOptions(argc, argv, options))
+        return *status;
+    auto popts = platformOptions(options);
+    if (!popts)
+        return 2;
+
+    QApplication qapp(argc, argv);
+    QApplication::setApplicationName("Tavrin Privacy Cleaner");
+    QApplication::setOrganizationName("Tavrin Software");
+    QApplication::setQuitOnLastWindowClosed(false);
+    initResources();
+
+    std::unique_ptr<Application> app;
+    try {
+        app = std::make_unique<Application>(*popts);
+    } catch (const std::exception& e) {
+        std::cerr << "tavrin-privacy-cleaner: " << e.what() << "\n";
+        return 1;
+    }
+    app->start();
+
+    if (!options.screenshot.empty()) {
+        // Let the window lay itself out and paint, then write its picture and quit.
+        QTimer::singleShot(500, [&] {
+            bool saved = app->window().grab().save(QString::fromStdString(options.screenshot));
+            if (!saved)
+                std::cerr << "tavrin-privacy-cleaner: cannot write " << options.screenshot << "\n";
+            QApplication::exit(saved ? 0 : 1);
+        });
+    }
+    int status = QApplication::exec();
+    app.reset();
+    return status;
+}
+
+} // namespace tpc::ui
