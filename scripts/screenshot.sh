@@ -5,6 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 out=${1:-build/screenshot.png}
+shift || true
 scripts/install-deps.sh
 if ! command -v xvfb-run >/dev/null; then
     sudo=""
@@ -19,5 +20,5 @@ home=$(mktemp -d)
 trap 'rm -rf "$home"' EXIT
 mkdir -p "$(dirname "$out")"
 xvfb-run -a -s "-screen 0 1280x800x24" \
-    build/app/src/ui/tavrin-privacy-cleaner --layout linux --home "$home" --screenshot "$out"
+    build/app/src/ui/tavrin-privacy-cleaner --layout linux --home "$home" --screenshot "$out" "$@"
 echo "wrote $out"

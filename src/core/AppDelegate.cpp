@@ -28,27 +28,25 @@ AppDelegate::~AppDelegate() {
 }
 
 void AppDelegate::startUp(const StartupOptions& options) {
-    // The order matters: later steps read what earlier ones built.
-    // (The privileged helper's version check and connection thread start here once the deletion
-    // engine exists; the schedule pickers and cookie lists are set up before the General
-    // settings are read.)
+    // The order matters: later steps read what earlier ones built. Each subsystem joins at its
+    // own step as it arrives.
+    //  a. Schedule pickers (the scheduler).
+    //  b. Cookie keep and delete lists, then each browser's delete list (the cookie lists).
+    //  c. General settings.
     general_.loadGeneralPrefs();
-
-    // The status item is the desktop application's (set up by its front end after this step).
-
+    //  d. Status item: the desktop application's, set up by its front end.
+    //  e. Presets, then the eraser list, browser catalogue, application list and system list.
     presets_.loadPresets();
-    // The eraser list, browser catalogue, application list and system list are built here, in
-    // that order, as their subsystems arrive.
-
-    // Interface state that reads the settings (login-item box, deletion choice, sleep boxes) is
-    // set by the desktop application from general() and loginItemExists().
-
-    // The default preset is ensured here, before first run.
-
+    //  f. Interface state read from the settings (login-item box, deletion choice, sleep boxes):
+    //     the desktop application reads general() and loginItemExists() when it builds its pages.
+    //  g. Page widgets: the desktop application.
+    //  h. The default preset, then the marks and sort pop-ups of the lists.
+    //  i. First-run defaults.
     firstRun(!options.headless);
-
-    // The selected preset is sized once here; the erase pattern blocks are made here.
-
+    //  j. Progress indicator and result line reset: the desktop application's initial state.
+    //  k. The selected preset is sized once.
+    //  l. The erase pattern blocks.
+    //  m. Window to the front, the UI-scripting prompt, then the window shown.
     if (!options.headless) {
         services_.frontend.bringMainWindowToFront();
         promptForUIElementsEnabling();

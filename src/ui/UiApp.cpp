@@ -33,6 +33,7 @@ struct Options {
     std::string home;
     std::string root = "/";
     std::string screenshot;
+    std::string page;
 };
 
 // Parses the options the application shares with tpc. Answers an exit status when the program
@@ -44,6 +45,8 @@ std::optional<int> parseOptions(int argc, char** argv, Options& options) {
     cli.add_option("--root", options.root, "the file-system root for system-wide folders");
     cli.add_option("--screenshot", options.screenshot,
                    "write a picture of the main window to FILE and quit");
+    cli.add_option("--page", options.page,
+                   "open the page of this main button at start (e.g. Preferences)");
     cli.allow_extras(); // Qt's own options (-platform, -style, ...)
     try {
         cli.parse(argc, argv);
@@ -189,6 +192,13 @@ int runApplication(int argc, char** argv) {
         return 1;
     }
     app->start();
+    if (!options.page.empty()) {
+        for (auto* button : app->window().mainButtons())
+            if (button->title().compare(QString::fromStdString(options.page),
+                                        Qt::CaseInsensitive) == 0 &&
+                button->onClicked)
+                button->onClicked();
+    }
 
     if (!options.screenshot.empty()) {
         // Let the window lay itself out and paint, then write its picture and quit.
