@@ -1,0 +1,85 @@
+#pragma once
+// Per browser, the cookie domains to delete and the domains to keep, their search filters, and
+// their persistence in the "Cookies" settings file. A browser's cookie clean removes every cookie
+// whose domain is not kept.
+
+#include "core/Value.h"
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace tpc::core {
+class Settings;
+class SystemLog;
+} // namespace tpc::core
+
+namespace tpc::browsers {
+
+enum class CookieBrowser { Safari, Firefox, Chrome, Opera };
+// "Safari", "Firefox", "Chrome", "Opera".
+const char* cookieBrowserName(CookieBrowser browser);
+
+class CookieLists {
+public:
+    CookieLists(core::Settings& settings, core::SystemLog& log);
+
+    // Loads the "Cookies" file or creates it with eight empty lists. A file that exists but
+    // cannot be read is kept aside and, for this run, cookie deletes are refused: deleting
+    // cookies the user asked to keep is worse than keeping some the user wanted gone.
+    void loadCookies();
+    // False when the keep lists could not be read this run (cleaners then delete no cookies and
+    // log why).
+    bool cookieDeletesAllowed() const { return deletesAllowed_; }
+
+    // The full lists and what the tables show (filtered by the search texts).
+    const std::vector<std::string>& disAllowed(CookieBrowser b) const;
+    const std::vector<std::string>& allowed(CookieBrowser b) const;
+    const std::vector<std::string>& disAllowedActive(CookieBrowser b) const;
+    const std::vector<std::string>& allowedActive(CookieBrowser b) const;
+
+    // Exact, case-sensitive membership (domains are stored without leading dots).
+    bool allowedListContains(CookieBrowser b, const std::string& domain) const;
+    bool disAllowedListContains(CookieBrowser b, const std::string& domain) const;
+
+    // Rebuilds the delete list from the browser's cookie domains: leading dots stripped, each
+    // domain once, kept domains left out, sorted case-insensitively; then the delete-side search
+    // is applied and the file saved.
+    void refreshCookiesList(CookieBrowser b, const std::vector<std::string>& cookieDomains);
+    // Moves the rows at `activeIndexes` of the delete table to the keep list (and back).
+    void sendCookieToKeep(CookieBrowser b, const std::vector<std::size_t>& activeIndexes);
+    void sendCookieToDelete(CookieBrowser b, const std::vector<std::size_t>& activeIndexes);
+    // Case-insensitive substring filters of the two tables; an empty text shows everything.
+    void searchCookiesToDelete(CookieBrowser b, const std::string& text);
+    void searchCookiesToKeep(CookieBrowser b, const std::string& text);
+    const std::string& deleteSearchText(CookieBrowser b) const;
+    const std::string& keepSearchText(CookieBrowser b) const;
+
+    // By domain (the command line): a domain on neither list is added to the target list.
+    void keep(CookieBrowser b, const std::string& domain);
+    void unkeep(CookieBrowser b, const std::string& domain);
+    // After a clean deleted a host's cookies, the host leaves the delete list.
+    void removeFromDeleteList(CookieBrowser b, const std::string& domain);
+
+    bool save();
+    // dictCookies as it is saved.
+    core::DictRef dict() const;
+
+    static std::string stripLeadingDots(const std::string& domain);
+
+private:
+    struct Lists {
+        std::vector<std::string> disAllowed, allowed, disAllowedActive, allowedActive;
+        std::string deleteSearch, keepSearch;
+    };
+    Lists& lists(CookieBrowser b) { return lists_[static_cast<std::size_t>(b)]; }
+    const Lists& lists(CookieBrowser b) const { return lists_[static_cast<std::size_t>(b)]; }
+
+    core::Settings& settings_;
+    core::SystemLog& log_;
+    std::array<Lists, 4> lists_;
+    bool deletesAllowed_ = true;
+};
+
+} // namespace tpc::browsers
