@@ -20,6 +20,8 @@ namespace tpc::browsers {
 enum class CookieBrowser { Safari, Firefox, Chrome, Opera };
 // "Safari", "Firefox", "Chrome", "Opera".
 const char* cookieBrowserName(CookieBrowser browser);
+inline constexpr CookieBrowser kCookieBrowsers[] = {CookieBrowser::Safari, CookieBrowser::Firefox,
+                                                    CookieBrowser::Chrome, CookieBrowser::Opera};
 
 class CookieLists {
 public:
@@ -32,6 +34,10 @@ public:
     // False when the keep lists could not be read this run (cleaners then delete no cookies and
     // log why).
     bool cookieDeletesAllowed() const { return deletesAllowed_; }
+    // The keys of the two lists in the "Cookies" file: "Array <Browser> Cookies Disallowed" and
+    // "Array <Browser> Cookies Allowed".
+    static std::string disAllowedKey(CookieBrowser b);
+    static std::string allowedKey(CookieBrowser b);
 
     // The full lists and what the tables show (filtered by the search texts).
     const std::vector<std::string>& disAllowed(CookieBrowser b) const;
@@ -59,11 +65,14 @@ public:
     // By domain (the command line): a domain on neither list is added to the target list.
     void keep(CookieBrowser b, const std::string& domain);
     void unkeep(CookieBrowser b, const std::string& domain);
-    // After a clean deleted a host's cookies, the host leaves the delete list.
+    // After a clean deleted a host's cookies, the host leaves the delete list. Not saved here:
+    // the clean refreshes the list afterwards, and the refresh saves.
     void removeFromDeleteList(CookieBrowser b, const std::string& domain);
 
+    // Writes the whole dictionary. False before loadCookies, when the write failed, or when an
+    // unreadable "Cookies" file could not be kept aside (it is then never written over).
     bool save();
-    // dictCookies as it is saved.
+    // dictCookies as it is saved (null before loadCookies).
     core::DictRef dict() const;
 
     static std::string stripLeadingDots(const std::string& domain);
@@ -75,11 +84,23 @@ private:
     };
     Lists& lists(CookieBrowser b) { return lists_[static_cast<std::size_t>(b)]; }
     const Lists& lists(CookieBrowser b) const { return lists_[static_cast<std::size_t>(b)]; }
+    static core::DictRef freshDict();
+    // Moves the entries at `fullIndexes` of `from` to `to` (the receiving list is sorted).
+    void move(std::vector<std::string>& from, std::vector<std::string>& to,
+              std::vector<std::size_t> fullIndexes);
+    // Recomputes both tables of `b` from the full lists and the search texts.
+    void applySearches(CookieBrowser b);
+    // Copies the full lists into the dictionary.
+    void storeLists();
 
     core::Settings& settings_;
     core::SystemLog& log_;
     std::array<Lists, 4> lists_;
+    // For each row of a table, the index of its entry in the full list.
+    std::array<std::vector<std::size_t>, 4> disAllowedRows_, allowedRows_;
+    core::DictRef dict_;
     bool deletesAllowed_ = true;
+    bool savesAllowed_ = true;
 };
 
 } // namespace tpc::browsers

@@ -1,0 +1,475 @@
+// The cookie keep and delete lists: loading and creating the "Cookies" file, refusing cookie
+// deletes when the keep lists cannot be read, refreshing, moving, searching, keeping by domain.
+
+#include "browsers/CookieLists.h"
+#include "core/Clock.h"
+#include "core/PropertyList.h"
+#include "core/Settings.h"
+#include "core/SystemLog.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace tpc::browsers {
+namespace {
+
+namespace fs = std::filesystem;
+using core::ArrayObj;
+using core::DictObj;
+using core::DictRef;
+using core::Value;
+using test::TempDir;
+using Strings = std::vector<std::string>;
+
+constexpr auto Safari = CookieBrowser::Safari;
+constexpr auto Firefox = CookieBrowser::Firefox;
+constexpr auto Chrome = CookieBrowser::Chrome;
+constexpr auto Opera = CookieBrowser::Opera;
+
+// FakeClock's default wall time, in UTC, as the store stamps kept-aside files.
+constexpr const char* kStamp = "20261118T110640Z";
+
+const Strings kAllKeys = {"Array Safari Cookies Disallowed",  "Array Safari Cookies Allowed",
+                          "Array Firefox Cookies Disallowed", "Array Firefox Cookies Allowed",
+                          "Array Chrome Cookies Disallowed",  "Array Chrome Cookies Allowed",
+                          "Array Opera Cookies Disallowed",   "Array Opera Cookies Allowed"};
+
+Value strings(const Strings& list) {
+    auto array = ArrayObj::make();
+    for (const auto& s : list)
+        array->append(Value(s));
+    return Value(array);
+}
+
+Strings stringsOf(const DictRef& dict, const std::string& key) {
+    Strings out;
+    if (auto array = dict->getArray(key))
+        for (const auto& v : *array)
+            out.push_back(v.toString("<not a string>"));
+    return out;
+}
+
+class CookieListsTest : public ::testing::Test {
+protected:
+    TempDir home;
+    fs::path folder = home / "settings/Tavrin Software/Tavrin Privacy Cleaner";
+    fs::path file = folder / "Cookies.plist";
+    core::SystemLog log{false};
+    core::FakeClock clock;
+    core::Settings settings{folder, log, clock};
+
+    // A CookieLists over the same folder, loaded.
+    std::unique_ptr<CookieLists> loaded() {
+        auto lists = std::make_unique<CookieLists>(settings, log);
+        lists->loadCookies();
+        return lists;
+    }
+
+    // The file as a reader would see it.
+    DictRef onDisk() const {
+        auto v = core::plist::readSettingsFile(file);
+        return v && v->isDict() ? v->dict() : nullptr;
+    }
+
+    bool logMentions(const std::string& text) const {
+        for (const auto& line : log.lines())
+            if (line.find(text) != std::string::npos)
+                return true;
+        return false;
+    }
+
+    std::vector<fs::path> keptAside() const {
+        std::vector<fs::path> out;
+        for (const auto& e : fs::directory_iterator(folder))
+            if (e.path().filename().string().rfind("Cookies.plist.unreadable-", 0) == 0)
+                out.push_back(e.path());
+        return out;
+    }
+};
+
+// ---- Loading and creating the file ---------------------------------------------------------
+
+TEST_F(CookieListsTest, NoFolderCreatesTheFileWithEightEmptyLists) {
+    ASSERT_FALSE(fs::exists(folder));
+    auto lists = loaded();
+    EXPECT_TRUE(lists->cookieDeletesAllowed());
+    ASSERT_TRUE(fs::exists(file));
+    auto dict = onDisk();
+    ASSERT_TRUE(dict);
+    EXPECT_EQ(dict->getString("presetName"), "Cookies");
+    EXPECT_EQ(dict->get("presetIndex").kind(), Value::Kind::Int);
+    EXPECT_EQ(dict->getInt("presetIndex"), -2);
+    EXPECT_EQ(dict->size(), 10u);
+    for (const auto& key : kAllKeys) {
+        ASSERT_TRUE(dict->getArray(key)) << key;
+        EXPECT_TRUE(dict->getArray(key)->empty()) << key;
+    }
+    EXPECT_EQ(Value(lists->dict()), Value(dict));
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(CookieListsTest, KeysAreNamedPerBrowser) {
+    Strings keys;
+    for (auto b : kCookieBrowsers) {
+        keys.push_back(CookieLists::disAllowedKey(b));
+        keys.push_back(CookieLists::allowedKey(b));
+    }
+    EXPECT_EQ(keys, kAllKeys);
+    EXPECT_STREQ(cookieBrowserName(Safari), "Safari");
+    EXPECT_STREQ(cookieBrowserName(Firefox), "Firefox");
+    EXPECT_STREQ(cookieBrowserName(Chrome), "Chrome");
+    EXPECT_STREQ(cookieBrowserName(Opera), "Opera");
+}
+
+TEST_F(CookieListsTest, ListsAreReadFromTheFileMissingKeysGiveEmptyLists) {
+    auto dict = DictObj::make({{"presetName", Value("Cookies")},
+                               {"presetIndex", Value(-2)},
+                               {"Array Firefox Cookies Allowed", strings({"kept.org", "b.com"})},
+                               {"Array Chrome Cookies Disallowed",
+                                Value(ArrayObj::make({Value("x.com"), Value(7),
+                                                      Value(DictObj::make()), Value("y.com")}))},
+                               {"Array Opera Cookies Allowed", Value("not a list")},
+                               {"Unrelated", Value(true)}});
+    ASSERT_TRUE(settings.flushPresetData(dict));
+
+    auto lists = loaded();
+    EXPECT_TRUE(lists->cookieDeletesAllowed());
+    EXPECT_EQ(lists->allowed(Firefox), (Strings{"kept.org", "b.com"}));
+    EXPECT_EQ(lists->allowedActive(Firefox), (Strings{"kept.org", "b.com"}));
+    EXPECT_EQ(lists->disAllowed(Chrome), (Strings{"x.com", "y.com"}));
+    EXPECT_EQ(lists->disAllowedActive(Chrome), (Strings{"x.com", "y.com"}));
+    EXPECT_TRUE(lists->allowed(Opera).empty());
+    EXPECT_TRUE(lists->disAllowed(Safari).empty());
+    EXPECT_TRUE(lists->allowed(Safari).empty());
+
+    // Saved whole: the eight lists are all there again, other keys are kept.
+    ASSERT_TRUE(lists->save());
+    auto back = onDisk();
+    ASSERT_TRUE(back);
+    for (const auto& key : kAllKeys)
+        EXPECT_TRUE(back->getArray(key)) << key;
+    EXPECT_EQ(stringsOf(back, "Array Chrome Cookies Disallowed"), (Strings{"x.com", "y.com"}));
+    EXPECT_TRUE(back->getBool("Unrelated"));
+}
+
+TEST_F(CookieListsTest, FileWithAnotherPresetNameIsStillSavedAsCookies) {
+    // Without the fix the dictionary would be written over "General.plist".
+    auto dict = DictObj::make(
+        {{"presetName", Value("General")}, {"Array Safari Cookies Allowed", strings({"a.com"})}});
+    ASSERT_TRUE(settings.ensureFolder());
+    const auto bytes = core::plist::encodeKeyedArchive(Value(dict));
+    test::writeFile(file, std::string(bytes.begin(), bytes.end()));
+
+    auto lists = loaded();
+    lists->keep(Safari, "b.com");
+    EXPECT_FALSE(fs::exists(folder / "General.plist"));
+    EXPECT_EQ(onDisk()->getString("presetName"), "Cookies");
+    EXPECT_EQ(stringsOf(onDisk(), "Array Safari Cookies Allowed"), (Strings{"a.com", "b.com"}));
+}
+
+// ---- Unreadable keep lists: cookie deletes refused ----------------------------------------
+
+TEST_F(CookieListsTest, UnreadableFileRefusesDeletesAndIsKeptAside) {
+    const std::string garbage = "\x01\x02 this is not a property list \xff\xfe";
+    test::writeFile(file, garbage);
+
+    auto lists = loaded();
+    EXPECT_FALSE(lists->cookieDeletesAllowed());
+
+    const fs::path aside = folder / (std::string("Cookies.plist.unreadable-") + kStamp);
+    EXPECT_EQ(keptAside(), std::vector<fs::path>{aside});
+    EXPECT_EQ(test::readFile(aside), garbage);
+    EXPECT_TRUE(logMentions("Cookie keep lists could not be read (kept aside as " + aside.string() +
+                            "); no cookies will be deleted"));
+
+    // A fresh, readable file takes its place; the lists work, but deletes stay refused.
+    auto dict = onDisk();
+    ASSERT_TRUE(dict);
+    EXPECT_EQ(dict->getInt("presetIndex"), -2);
+    lists->refreshCookiesList(Chrome, {"a.com"});
+    lists->keep(Chrome, "a.com");
+    EXPECT_FALSE(lists->cookieDeletesAllowed());
+    EXPECT_EQ(stringsOf(onDisk(), "Array Chrome Cookies Allowed"), Strings{"a.com"});
+    EXPECT_EQ(test::readFile(aside), garbage);
+}
+
+TEST_F(CookieListsTest, FileHoldingNoDictionaryIsUnreadableToo) {
+    ASSERT_TRUE(settings.ensureFolder());
+    const auto bytes = core::plist::encodeKeyedArchive(strings({"a.com"}));
+    test::writeFile(file, std::string(bytes.begin(), bytes.end()));
+    auto lists = loaded();
+    EXPECT_FALSE(lists->cookieDeletesAllowed());
+    EXPECT_EQ(keptAside().size(), 1u);
+}
+
+TEST_F(CookieListsTest, UnreadableFileThatCannotBeKeptAsideIsNeverWrittenOver) {
+    const std::string garbage = "garbage that must survive";
+    test::writeFile(file, garbage);
+    // Every kept-aside name of this second is taken, so the store cannot move the file.
+    const std::string base = (folder / "Cookies.plist.unreadable-").string() + kStamp;
+    test::writeFile(base, "older");
+    for (int n = 2; n <= 1000; ++n)
+        test::writeFile(base + "-" + std::to_string(n), "older");
+
+    auto lists = loaded();
+    EXPECT_FALSE(lists->cookieDeletesAllowed());
+    EXPECT_TRUE(logMentions("could not be kept aside"));
+    EXPECT_EQ(test::readFile(file), garbage);
+
+    lists->refreshCookiesList(Safari, {"a.com"});
+    lists->keep(Safari, "b.com");
+    lists->sendCookieToKeep(Safari, {0});
+    EXPECT_FALSE(lists->save());
+    EXPECT_EQ(test::readFile(file), garbage);
+    // The lists still work in memory.
+    EXPECT_EQ(lists->allowed(Safari), (Strings{"a.com", "b.com"}));
+}
+
+TEST_F(CookieListsTest, ReadableFileAllowsDeletes) {
+    loaded()->keep(Opera, "a.com");
+    auto again = loaded();
+    EXPECT_TRUE(again->cookieDeletesAllowed());
+    EXPECT_EQ(again->allowed(Opera), Strings{"a.com"});
+    EXPECT_TRUE(keptAside().empty());
+}
+
+// ---- Refresh ------------------------------------------------------------------------------
+
+TEST_F(CookieListsTest, LeadingDotsAreStrippedAndEachDomainListedOnce) {
+    auto lists = loaded();
+    lists->refreshCookiesList(
+        Firefox, {".example.com", "example.com", "..example.com", "other.org", ".", "", "..."});
+    EXPECT_EQ(lists->disAllowed(Firefox), (Strings{"example.com", "other.org"}));
+    EXPECT_EQ(lists->disAllowedActive(Firefox), (Strings{"example.com", "other.org"}));
+    EXPECT_TRUE(lists->disAllowedListContains(Firefox, "example.com"));
+    EXPECT_FALSE(lists->disAllowedListContains(Firefox, ".example.com"));
+}
+
+TEST_F(CookieListsTest, StripLeadingDotsRemovesOnlyLeadingDots) {
+    EXPECT_EQ(CookieLists::stripLeadingDots(".a.com"), "a.com");
+    EXPECT_EQ(CookieLists::stripLeadingDots("...a.com."), "a.com.");
+    EXPECT_EQ(CookieLists::stripLeadingDots("a.com"), "a.com");
+    EXPECT_EQ(CookieLists::stripLeadingDots("..."), "");
+    EXPECT_EQ(CookieLists::stripLeadingDots(""), "");
+}
+
+TEST_F(CookieListsTest, RefreshSortsCaseInsensitivelyAndReplacesTheDeleteList) {
+    auto lists = loaded();
+    lists->refreshCookiesList(Chrome, {"gone.net", "b.com"});
+    lists->refreshCookiesList(Chrome, {"b.com", "Zeta.io", "a.org", "A.com", "alpha.de"});
+    EXPECT_EQ(lists->disAllowed(Chrome),
+              (Strings{"A.com", "a.org", "alpha.de", "b.com", "Zeta.io"}));
+    // Case differences are different domains (exact membership).
+    EXPECT_TRUE(lists->disAllowedListContains(Chrome, "A.com"));
+    EXPECT_FALSE(lists->disAllowedListContains(Chrome, "a.com"));
+    EXPECT_EQ(stringsOf(onDisk(), "Array Chrome Cookies Disallowed"), lists->disAllowed(Chrome));
+}
+
+TEST_F(CookieListsTest, KeptDomainDoesNotComeBackOnRefresh) {
+    auto lists = loaded();
+    lists->refreshCookiesList(Safari, {"a.com", ".b.com", "c.com"});
+    lists->sendCookieToKeep(Safari, {1});
+    ASSERT_EQ(lists->allowed(Safari), Strings{"b.com"});
+    lists->refreshCookiesList(Safari, {"a.com", ".b.com", "b.com", "c.com"});
+    EXPECT_EQ(lists->disAllowed(Safari), (Strings{"a.com", "c.com"}));
+    // The keep list is never rebuilt from the browser: still kept with no cookies left.
+    lists->refreshCookiesList(Safari, {});
+    EXPECT_TRUE(lists->disAllowed(Safari).empty());
+    EXPECT_EQ(lists->allowed(Safari), Strings{"b.com"});
+}
+
+TEST_F(CookieListsTest, RefreshBeforeLoadingWritesNothing) {
+    CookieLists lists(settings, log);
+    lists.refreshCookiesList(Safari, {"a.com"});
+    EXPECT_EQ(lists.disAllowed(Safari), Strings{"a.com"});
+    EXPECT_FALSE(lists.dict());
+    EXPECT_FALSE(lists.save());
+    EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(CookieListsTest, BrowsersHaveTheirOwnLists) {
+    auto lists = loaded();
+    lists->refreshCookiesList(Firefox, {"f.com"});
+    lists->refreshCookiesList(Opera, {"o.com"});
+    lists->keep(Chrome, "f.com");
+    lists->refreshCookiesList(Firefox, {"f.com"});
+    EXPECT_EQ(lists->disAllowed(Firefox), Strings{"f.com"});
+    EXPECT_EQ(lists->disAllowed(Opera), Strings{"o.com"});
+    EXPECT_TRUE(lists->disAllowed(Safari).empty());
+    EXPECT_TRUE(lists->disAllowed(Chrome).empty());
+    EXPECT_EQ(lists->allowed(Chrome), Strings{"f.com"});
+    EXPECT_TRUE(lists->allowed(Firefox).empty());
+}
+
+// ---- Search -------------------------------------------------------------------------------
+
+TEST_F(CookieListsTest, CapitalSearchTextFindsLowerCaseDomainAlsoInTheMiddle) {
+    auto lists = loaded();
+    lists->refreshCookiesList(Firefox, {"example.com", "shop.EXAMPLE.net", "other.org"});
+    lists->searchCookiesToDelete(Firefox, "EXAMPLE");
+    EXPECT_EQ(lists->disAllowedActive(Firefox), (Strings{"example.com", "shop.EXAMPLE.net"}));
+    lists->searchCookiesToDelete(Firefox, "AMPL");
+    EXPECT_EQ(lists->disAllowedActive(Firefox), (Strings{"example.com", "shop.EXAMPLE.net"}));
+    lists->searchCookiesToDelete(Firefox, "Her.O");
+    EXPECT_EQ(lists->disAllowedActive(Firefox), Strings{"other.org"});
+    lists->searchCookiesToDelete(Firefox, "nothing");
+    EXPECT_TRUE(lists->disAllowedActive(Firefox).empty());
+    EXPECT_EQ(lists->deleteSearchText(Firefox), "nothing");
+    // The full list is untouched by a search.
+    EXPECT_EQ(lists->disAllowed(Firefox).size(), 3u);
+}
+
+TEST_F(CookieListsTest, EmptySearchShowsEverythingInTheOrderOfTheList) {
+    auto lists = loaded();
+    lists->keep(Opera, "c.com");
+    lists->keep(Opera, "A.com");
+    lists->keep(Opera, "b.com");
+    lists->searchCookiesToKeep(Opera, "b");
+    EXPECT_EQ(lists->allowedActive(Opera), Strings{"b.com"});
+    lists->searchCookiesToKeep(Opera, "");
+    EXPECT_EQ(lists->allowedActive(Opera), (Strings{"A.com", "b.com", "c.com"}));
+    EXPECT_EQ(lists->allowedActive(Opera), lists->allowed(Opera));
+    lists->searchCookiesToKeep(Opera, ".COM");
+    EXPECT_EQ(lists->allowedActive(Opera), (Strings{"A.com", "b.com", "c.com"}));
+}
+
+TEST_F(CookieListsTest, SearchStaysAppliedAcrossRefreshAndMoves) {
+    auto lists = loaded();
+    lists->searchCookiesToDelete(Chrome, "COM");
+    lists->searchCookiesToKeep(Chrome, "net");
+    lists->refreshCookiesList(Chrome, {"a.com", "b.net", "c.com", "d.net"});
+    EXPECT_EQ(lists->disAllowedActive(Chrome), (Strings{"a.com", "c.com"}));
+
+    // Row 1 of the filtered delete table is c.com, not b.net.
+    lists->sendCookieToKeep(Chrome, {1});
+    EXPECT_EQ(lists->disAllowed(Chrome), (Strings{"a.com", "b.net", "d.net"}));
+    EXPECT_EQ(lists->allowed(Chrome), Strings{"c.com"});
+    EXPECT_EQ(lists->disAllowedActive(Chrome), Strings{"a.com"});
+    EXPECT_TRUE(lists->allowedActive(Chrome).empty()); // "net" hides c.com
+
+    lists->sendCookieToKeep(Chrome, {0});
+    lists->searchCookiesToDelete(Chrome, "");
+    lists->sendCookieToKeep(Chrome, {1}); // d.net
+    EXPECT_EQ(lists->allowed(Chrome), (Strings{"a.com", "c.com", "d.net"}));
+    EXPECT_EQ(lists->allowedActive(Chrome), Strings{"d.net"});
+
+    // Row 0 of the filtered keep table is d.net.
+    lists->sendCookieToDelete(Chrome, {0});
+    EXPECT_EQ(lists->disAllowed(Chrome), (Strings{"b.net", "d.net"}));
+    EXPECT_EQ(lists->allowed(Chrome), (Strings{"a.com", "c.com"}));
+}
+
+// ---- Moving rows between the tables -------------------------------------------------------
+
+TEST_F(CookieListsTest, MovesPersistToTheFile) {
+    {
+        auto lists = loaded();
+        lists->refreshCookiesList(Firefox, {"d.com", "a.com", "C.com", "b.com"});
+        // Rows in any order, repeated or missing rows are ignored.
+        lists->sendCookieToKeep(Firefox, {3, 0, 3, 99});
+        EXPECT_EQ(lists->disAllowed(Firefox), (Strings{"b.com", "C.com"}));
+        EXPECT_EQ(lists->allowed(Firefox), (Strings{"a.com", "d.com"}));
+        lists->sendCookieToDelete(Firefox, {1});
+        EXPECT_EQ(lists->disAllowed(Firefox), (Strings{"b.com", "C.com", "d.com"}));
+        lists->sendCookieToKeep(Firefox, {1});
+        EXPECT_EQ(lists->allowed(Firefox), (Strings{"a.com", "C.com"}));
+        EXPECT_EQ(lists->allowedActive(Firefox), (Strings{"a.com", "C.com"}));
+        EXPECT_EQ(lists->disAllowedActive(Firefox), (Strings{"b.com", "d.com"}));
+    }
+    auto reloaded = loaded();
+    EXPECT_EQ(reloaded->allowed(Firefox), (Strings{"a.com", "C.com"}));
+    EXPECT_EQ(reloaded->disAllowed(Firefox), (Strings{"b.com", "d.com"}));
+    EXPECT_EQ(reloaded->allowedActive(Firefox), (Strings{"a.com", "C.com"}));
+    EXPECT_TRUE(reloaded->allowed(Safari).empty());
+}
+
+TEST_F(CookieListsTest, ReceivingListIsSortedTheOtherKeepsItsOrder) {
+    auto lists = loaded();
+    lists->keep(Safari, "m.com");
+    lists->keep(Safari, "z.com");
+    lists->refreshCookiesList(Safari, {"y.com", "b.com", "Q.com"});
+    ASSERT_EQ(lists->disAllowed(Safari), (Strings{"b.com", "Q.com", "y.com"}));
+    lists->sendCookieToKeep(Safari, {2, 0});
+    EXPECT_EQ(lists->allowed(Safari), (Strings{"b.com", "m.com", "y.com", "z.com"}));
+    EXPECT_EQ(lists->disAllowed(Safari), Strings{"Q.com"});
+    lists->sendCookieToDelete(Safari, {3, 1});
+    EXPECT_EQ(lists->disAllowed(Safari), (Strings{"m.com", "Q.com", "z.com"}));
+    EXPECT_EQ(lists->allowed(Safari), (Strings{"b.com", "y.com"}));
+}
+
+TEST_F(CookieListsTest, MovingNothingChangesNothing) {
+    auto lists = loaded();
+    lists->refreshCookiesList(Opera, {"a.com"});
+    lists->sendCookieToKeep(Opera, {});
+    lists->sendCookieToKeep(Opera, {5});
+    lists->sendCookieToDelete(Opera, {0});
+    EXPECT_EQ(lists->disAllowed(Opera), Strings{"a.com"});
+    EXPECT_TRUE(lists->allowed(Opera).empty());
+}
+
+// ---- Keep and unkeep by domain ------------------------------------------------------------
+
+TEST_F(CookieListsTest, KeepAddsMovesOrLeavesAlone) {
+    auto lists = loaded();
+    lists->refreshCookiesList(Chrome, {"a.com", "b.com"});
+
+    lists->keep(Chrome, "..new.org"); // on neither list: added, without dots
+    EXPECT_EQ(lists->allowed(Chrome), Strings{"new.org"});
+    lists->keep(Chrome, ".b.com"); // on the delete list: moved
+    EXPECT_EQ(lists->allowed(Chrome), (Strings{"b.com", "new.org"}));
+    EXPECT_EQ(lists->disAllowed(Chrome), Strings{"a.com"});
+    EXPECT_EQ(lists->disAllowedActive(Chrome), Strings{"a.com"});
+    lists->keep(Chrome, "new.org"); // already kept: nothing
+    lists->keep(Chrome, "...");     // nothing to keep
+    EXPECT_EQ(lists->allowed(Chrome), (Strings{"b.com", "new.org"}));
+    EXPECT_EQ(lists->allowedActive(Chrome), (Strings{"b.com", "new.org"}));
+
+    EXPECT_TRUE(lists->allowedListContains(Chrome, "b.com"));
+    EXPECT_FALSE(lists->allowedListContains(Chrome, "B.com"));
+    EXPECT_FALSE(lists->allowedListContains(Chrome, ".b.com"));
+    EXPECT_FALSE(lists->disAllowedListContains(Chrome, "b.com"));
+
+    auto reloaded = loaded();
+    EXPECT_EQ(reloaded->allowed(Chrome), (Strings{"b.com", "new.org"}));
+    EXPECT_EQ(reloaded->disAllowed(Chrome), Strings{"a.com"});
+}
+
+TEST_F(CookieListsTest, UnkeepAddsMovesOrLeavesAlone) {
+    auto lists = loaded();
+    lists->keep(Firefox, "kept.com");
+    lists->keep(Firefox, "other.com");
+    lists->refreshCookiesList(Firefox, {"z.com"});
+
+    lists->unkeep(Firefox, ".kept.com"); // on the keep list: moved
+    EXPECT_EQ(lists->allowed(Firefox), Strings{"other.com"});
+    EXPECT_EQ(lists->disAllowed(Firefox), (Strings{"kept.com", "z.com"}));
+    lists->unkeep(Firefox, "fresh.net"); // on neither: added to the delete list
+    EXPECT_EQ(lists->disAllowed(Firefox), (Strings{"fresh.net", "kept.com", "z.com"}));
+    lists->unkeep(Firefox, "z.com"); // already there: nothing
+    EXPECT_EQ(lists->disAllowed(Firefox), (Strings{"fresh.net", "kept.com", "z.com"}));
+    EXPECT_EQ(lists->disAllowedActive(Firefox), lists->disAllowed(Firefox));
+
+    EXPECT_EQ(stringsOf(onDisk(), "Array Firefox Cookies Disallowed"),
+              (Strings{"fresh.net", "kept.com", "z.com"}));
+    EXPECT_EQ(stringsOf(onDisk(), "Array Firefox Cookies Allowed"), Strings{"other.com"});
+}
+
+TEST_F(CookieListsTest, CleanedHostLeavesTheDeleteList) {
+    auto lists = loaded();
+    lists->refreshCookiesList(Opera, {"a.com", "b.com", "c.com"});
+    lists->searchCookiesToDelete(Opera, "b");
+    lists->removeFromDeleteList(Opera, ".b.com");
+    lists->removeFromDeleteList(Opera, "unknown.com");
+    EXPECT_EQ(lists->disAllowed(Opera), (Strings{"a.com", "c.com"}));
+    EXPECT_TRUE(lists->disAllowedActive(Opera).empty());
+    EXPECT_EQ(stringsOf(lists->dict(), "Array Opera Cookies Disallowed"),
+              (Strings{"a.com", "c.com"}));
+    // Saved by the refresh that follows a clean.
+    lists->refreshCookiesList(Opera, {"c.com"});
+    EXPECT_EQ(stringsOf(onDisk(), "Array Opera Cookies Disallowed"), Strings{"c.com"});
+}
+
+} // namespace
+} // namespace tpc::browsers
