@@ -1040,7 +1040,11 @@ bool writeFileAtomically(const std::filesystem::path& file, const std::vector<st
     std::filesystem::path temp;
     int fd = -1;
     for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-        temp = folder / ("." + file.filename().string() + ".tmp-" + uniqueSuffix());
+        std::string name(".");
+        name += file.filename().string();
+        name += ".tmp-";
+        name += uniqueSuffix();
+        temp = folder / name;
         fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                     static_cast<mode_t>(mode & 07777));
         if (fd < 0 && errno != EEXIST)

@@ -1,0 +1,91 @@
+#pragma once
+// Google Chrome and Chromium: history (with the archived history and the full-text index files),
+// cookies not kept, the web and session-storage caches, the session and tab files, saved form
+// data, saved logins, site icons and top-site thumbnails of the "Default" profile. One class
+// serves both browsers; only the folders, the bundle identifier and the name differ.
+
+#include "browsers/CleanerEnv.h"
+#include "browsers/sqlite/SQLite.h"
+#include "platform/Platform.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tpc::browsers {
+
+class ChromeCleaner {
+public:
+    // `which` is Browser::GoogleChrome or Browser::Chromium (anything else throws
+    // std::invalid_argument).
+    ChromeCleaner(CleanerEnv env, platform::Browser which);
+
+    platform::Browser browser() const { return which_; }
+    // "Google Chrome" or "Chromium".
+    const char* browserName() const;
+    // "com.google.Chrome" or "org.chromium.Chromium".
+    const char* bundleIdentifier() const;
+
+    // Counts: [count, size]; [0, 0] when the profile or the store is missing.
+    CountPair countChromeCookies();
+    CountPair countChromeHistory();
+    CountPair countChromeCaches();
+    CountPair countChromeCurrentSession();
+    CountPair countChromeCurrentTabs();
+    CountPair countChromeSavedFormInformation();
+    CountPair countChromeSavedPasswords();
+    CountPair countChromeLastSession();
+    CountPair countChromeLastTabs();
+    CountPair countChromeSiteIcons();
+    CountPair countChromeTopSites();
+
+    // Deletes: nothing when the profile or the store is missing.
+    void deleteChromeCookies();
+    void deleteChromeHistory();
+    void deleteChromeCaches();
+    void deleteChromeCurrentSession();
+    void deleteChromeCurrentTabs();
+    void deleteChromeSavedFormInformation();
+    void deleteChromeSavedPasswords();
+    void deleteChromeLastSession();
+    void deleteChromeLastTabs();
+    void deleteChromeSiteIcons();
+    void deleteChromeTopSites();
+
+    // Asks every running instance of the browser to quit.
+    void quitChrome();
+    // Rebuilds the Chrome cookie delete list (Chromium shares it) from the store's hosts.
+    void refreshChromeCookiesList();
+
+    // The item operations by the row's "Description" ("Internet History", ..., "Auto Quit
+    // Chrome"; Chromium also answers to "Auto Quit Chromium"). countItem answers nullopt for an
+    // unknown name and for the auto-quit item; deleteItem answers false for an unknown name.
+    std::optional<CountPair> countItem(const std::string& description);
+    bool deleteItem(const std::string& description);
+    // The item Descriptions in catalogue order, "Auto Quit Chrome" last.
+    static const std::vector<std::string>& itemDescriptions();
+
+    // Store tables, in the order they are counted and emptied.
+    static const std::vector<std::string>& archivedHistoryTables();
+    static const std::vector<std::string>& historyTables();
+    static const std::vector<std::string>& historyIndexTables();
+    static const std::vector<std::string>& webDataTables();
+    static const std::vector<std::string>& faviconsTables();
+
+private:
+    // The "Default" profile folder when it exists.
+    std::optional<std::filesystem::path> profile() const;
+    // "Archived History", "History" and every "History Index ..." database, in that order.
+    std::vector<std::pair<std::filesystem::path, const std::vector<std::string>*>>
+    historyStores(const std::filesystem::path& profile) const;
+    CountPair countTablesIn(const char* store, const std::vector<std::string>& tables) const;
+    void emptyTablesIn(const char* store, const std::vector<std::string>& tables);
+    CountPair countFile(const char* name) const;
+    void deleteFile(const char* name);
+
+    CleanerEnv env_;
+    platform::Browser which_;
+};
+
+} // namespace tpc::browsers

@@ -1,0 +1,43 @@
+#pragma once
+// The file side of the Chromium-family cleaners: existence tests, sizes, recursive counts of
+// cache folders and the top-level entries handed to the deletion engine. Entries inside a folder
+// are never followed through a symbolic link; the folder's own path is the caller's.
+
+#include "browsers/sqlite/SQLite.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tpc::browsers::chromium {
+
+namespace fs = std::filesystem;
+
+// The item exists (a link counts as itself).
+bool itemExists(const fs::path& path);
+// A folder, reached through links along its path.
+bool isFolder(const fs::path& path);
+// A regular file that is not a link: the only kind of database the cleaners open.
+bool isStoreFile(const fs::path& path);
+// The item's own size (a link's, not its target's); 0 when it cannot be read.
+std::uint64_t itemSize(const fs::path& path);
+
+// Adds `part` to `total`: counts add up, sizes wrap in unsigned 32 bits and read as signed 32.
+void addPair(CountPair& total, const CountPair& part);
+
+// Walks `folder` recursively: every entry adds 1 and its own size, except entries whose path
+// relative to the folder is in `skipped` (their contents still count). [0, 0] when the folder
+// is missing.
+CountPair countFolderEntries(const fs::path& folder, const std::vector<std::string>& skipped = {});
+
+// Absolute paths of the folder's top-level entries, sorted by name, leaving out `skipped` names.
+std::vector<std::string> topLevelEntries(const fs::path& folder,
+                                         const std::vector<std::string>& skipped = {});
+
+// Names of the folder's entries that satisfy `accept`, sorted.
+std::vector<std::string> entryNames(const fs::path& folder,
+                                    const std::function<bool(const std::string&)>& accept);
+
+} // namespace tpc::browsers::chromium

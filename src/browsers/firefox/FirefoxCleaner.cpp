@@ -1,0 +1,153 @@
+#include "browsers/firefox/FirefoxCleaner.h"
+
+#include "browsers/firefox/FirefoxSessions.h"
+#include "browsers/firefox/FirefoxStores.h"
+#include "core/SystemLog.h"
+#include "erase/Deleter.h"
+#include "platform/Platform.h"
+
+namespace tpc::browsers {
+
+namespace fs = std::filesystem;
+using namespace firefox;
+
+FirefoxCleaner::FirefoxCleaner(CleanerEnv env) : env_(env) {}
+
+std::optional<fs::path> FirefoxCleaner::store(const char* name) const {
+    auto profile = env_.platform.firefoxProfile();
+    if (!profile || !isFolder(*profile))
+        return std::nullopt;
+    auto path = *profile / name;
+    if (!isRegularFile(path))
+        return std::nullopt;
+    return path;
+}
+
+CountPair FirefoxCleaner::countTables(const char* name,
+                                      const std::vector<const char*>& sqls) const {
+    auto path = store(name);
+    if (!path)
+        return {};
+    SQLite db;
+    db.setfileName(name);
+    db.setfilePath(path->string());
+    CountPair total;
+    for (const char* sql : sqls) {
+        SQLiteResult result;
+        db.query(sql, result);
+        total = add32(total, countPairOf(result));
+    }
+    return total;
+}
+
+void FirefoxCleaner::logFailedQuery(const std::string& sql, const std::string& code) {
+    env_.log.log("SQLite failed query: " + sql + " errorCode: " + code);
+}
+
+// Download history: every row is counted, but only finished downloads (state 1) are removed;
+// active and failed ones stay and are counted again by the next scan.
+CountPair FirefoxCleaner::countFirefoxDownloadHistory() {
+    return countTables("downloads.sqlite", {"SELECT * FROM moz_downloads;"});
+}
+
+void FirefoxCleaner::deleteFirefoxDownloadHistory() {
+    if (auto path = store("downloads.sqlite")) {
+        SQLite db;
+        db.setfileName("downloads.sqlite");
+        db.setfilePath(path->string());
+        SQLiteResult result;
+        db.query("DELETE FROM moz_downloads WHERE state=1;", result);
+    }
+    refreshFirefoxCookiesList();
+}
+
+CountPair FirefoxCleaner::countFirefoxFormHistory() {
+    return countTables("formhistory.sqlite", {"SELECT * FROM moz_formhistory;",
+                                              "SELECT * FROM moz_deleted_formhistory;"});
+}
+
+void FirefoxCleaner::deleteFirefoxFormHistory() {
+    if (auto path = store("formhistory.sqlite")) {
+        SQLite db;
+        db.setfileName("formhistory.sqlite");
+        db.setfilePath(path->string());
+        SQLiteResult result;
+        db.queryMultiple({"DELETE FROM moz_formhistory", "DELETE FROM moz_deleted_formhistory"},
+                         result);
+    }
+    refreshFirefoxCookiesList();
+}
+
+CountPair FirefoxCleaner::countFirefoxSignOns() {
+    return countTables("signons.sqlite",
+                       {"SELECT * FROM moz_logins;", "SELECT * FROM moz_deleted_logins;"});
+}
+
+void FirefoxCleaner::deleteFirefoxSignons() {
+    if (auto path = store("signons.sqlite")) {
+        SQLite db;
+        db.setfileName("signons.sqlite");
+        db.setfilePath(path->string());
+        SQLiteResult result;
+        db.queryMultiple({"DELETE FROM moz_logins", "DELETE FROM moz_deleted_logins"}, result);
+    }
+    refreshFirefoxCookiesList();
+}
+
+CountPair FirefoxCleaner::countFirefoxSitePrefs() {
+    return countTables("content-prefs.sqlite", {"SELECT * FROM prefs;"});
+}
+
+void FirefoxCleaner::deleteFirefoxSitePrefs() {
+    if (auto path = store("content-prefs.sqlite")) {
+        SQLite db;
+        db.setfileName("content-prefs.sqlite");
+        db.setfilePath(path->string());
+        SQLiteResult result;
+        db.query("DELETE FROM prefs", result);
+    }
+    refreshFirefoxCookiesList();
+}
+
+// The session count is the number of saved page entries in "sessionstore.js"; its size counts
+// only when it holds at least one, while "sessionstore.bak" always adds its size.
+CountPair FirefoxCleaner::countFirefoxSessions() {
+    auto session = store("sessionstore.js");
+    if (!session)
+        return {};
+    std::error_code ec;
+    auto n = fs::file_size(*session, ec);
+    if (ec)
+        n = 0;
+    std::int64_t count = 0;
+    if (auto bytes = readWholeFile(*session))
+        count = countSessionEntries(*bytes);
+    else
+        env_.log.log("Error reading Firefox Sessions file");
+
+    std::uint32_t size = count > 0 ? static_cast<std::uint32_t>(n) : 0;
+    if (auto backup = store("sessionstore.bak")) {
+        auto bakSize = fs::file_size(*backup, ec);
+        if (!ec)
+            size += static_cast<std::uint32_t>(bakSize);
+    }
+    return pair32(count, size);
+}
+
+void FirefoxCleaner::deleteFirefoxSessions() {
+    auto profile = env_.platform.firefoxProfile();
+    if (!profile || !isFolder(*profile))
+        return;
+    std::vector<std::string> paths;
+    for (const char* name : {"sessionstore.js", "sessionstore.bak"})
+        if (existsAsEntry(*profile / name))
+            paths.push_back((*profile / name).string());
+    if (!paths.empty())
+        env_.deleter.deleteFiles(paths);
+}
+
+void FirefoxCleaner::quitFirefox() {
+    env_.platform.runningApps().terminate(kBundleIdentifier);
+}
+
+} // namespace tpc::browsers

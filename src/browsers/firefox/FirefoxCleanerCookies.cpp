@@ -1,0 +1,59 @@
+// The Firefox cookie item: counted by rows of moz_cookies, cleaned host by host except the hosts
+// on the keep list.
+
+#include "browsers/CookieLists.h"
+#include "browsers/firefox/FirefoxCleaner.h"
+#include "browsers/firefox/FirefoxCookies.h"
+#include "core/SystemLog.h"
+
+namespace tpc::browsers {
+
+namespace {
+constexpr const char* kCookieStore = "cookies.sqlite";
+constexpr const char* kSelectCookies = "SELECT * FROM moz_cookies;";
+} // namespace
+
+CountPair FirefoxCleaner::countFirefoxCookies() {
+    return countTables(kCookieStore, {kSelectCookies});
+}
+
+void FirefoxCleaner::deleteFirefoxCookies() {
+    if (!env_.cookies.cookieDeletesAllowed()) {
+        env_.log.log("Firefox cookies were not deleted: the list of cookies to keep could not be "
+                     "read");
+        return;
+    }
+    if (auto path = store(kCookieStore)) {
+        SQLite db;
+        db.setfileName(kCookieStore);
+        db.setfilePath(path->string());
+        SQLiteResult cookies;
+        db.query(kSelectCookies, cookies);
+        if (cookies.ok() && !cookies.rows().empty()) {
+            auto deletes = firefox::firefoxCookieDeletes(cookies, [this](const std::string& d) {
+                return env_.cookies.allowedListContains(CookieBrowser::Firefox, d);
+            });
+            for (const auto& domain : deletes.domains)
+                env_.cookies.removeFromDeleteList(CookieBrowser::Firefox, domain);
+            SQLiteResult result;
+            db.queryMultiple(deletes.statements, result);
+        }
+    }
+    refreshFirefoxCookiesList();
+}
+
+void FirefoxCleaner::refreshFirefoxCookiesList() {
+    std::vector<std::string> hosts;
+    if (auto path = store(kCookieStore)) {
+        SQLite db;
+        db.setfileName(kCookieStore);
+        db.setfilePath(path->string());
+        SQLiteResult cookies;
+        db.query(kSelectCookies, cookies);
+        if (cookies.ok())
+            hosts = firefox::firefoxCookieHosts(cookies);
+    }
+    env_.cookies.refreshCookiesList(CookieBrowser::Firefox, hosts);
+}
+
+} // namespace tpc::browsers

@@ -1,0 +1,201 @@
+// Chrome-family cookies: counted over "Cookies" and "Network/Cookies", deleted per cookie row
+// whose domain is not kept, the host quoted, and nothing at all when the keep lists are unknown.
+
+#include "ChromeHarness.h"
+#include "browsers/chrome/ChromeCleaner.h"
+#include "browsers/chrome/ChromiumCookies.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace tpc::browsers {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Browser;
+using test::BrowserHarness;
+using test::Db;
+using test::insertChromeCookie;
+
+SQLiteResult cookiesResult(const std::vector<std::string>& hosts) {
+    SQLiteResult result;
+    for (const char* name : {"creation_utc", "host_key", "name"})
+        result.addToColumnNames(name);
+    for (const char* type : {"INTEGER", "TEXT", "TEXT"})
+        result.addToColumnTypes(type);
+    for (const auto& host : hosts)
+        result.addToRows({std::string("1"), host, std::string("n")});
+    result.setErrorCode(kSQLiteOK);
+    return result;
+}
+
+std::vector<std::string> hostsIn(Db& db) {
+    return db.column("cookies", "host_key");
+}
+
+TEST(ChromiumCookieBatchTest, OneStatementPerCookieRowNotKept) {
+    auto batch = chromium::cookieDeleteBatch(
+        cookiesResult({".a.example", "a.example", ".a.example", "keep.example", ".keep.example"}),
+        [](const std::string& domain) { return domain == "keep.example"; });
+    EXPECT_EQ(batch.statements,
+              (std::vector<std::string>{"DELETE FROM cookies WHERE host_key='.a.example'",
+                                        "DELETE FROM cookies WHERE host_key='a.example'",
+                                        "DELETE FROM cookies WHERE host_key='.a.example'"}));
+    EXPECT_EQ(batch.domains, (std::vector<std::string>{"a.example", "a.example", "a.example"}));
+}
+
+TEST(ChromiumCookieBatchTest, QuotesInHostsAreDoubled) {
+    auto batch = chromium::cookieDeleteBatch(cookiesResult({"it's.example"}),
+                                             [](const std::string&) { return false; });
+    EXPECT_EQ(batch.statements,
+              std::vector<std::string>{"DELETE FROM cookies WHERE host_key='it''s.example'"});
+}
+
+TEST(ChromiumCookieBatchTest, NoHostColumnOrFailedResultGivesNoStatement) {
+    SQLiteResult failed;
+    failed.setErrorCode(kSQLiteStatementFailed);
+    EXPECT_TRUE(chromium::cookieDeleteBatch(failed, [](const std::string&) {
+                    return false;
+                }).statements.empty());
+    SQLiteResult noHost;
+    noHost.addToColumnNames("host");
+    noHost.addToColumnTypes("TEXT");
+    noHost.addToRows({std::string("a.example")});
+    noHost.setErrorCode(kSQLiteOK);
+    EXPECT_TRUE(chromium::cookieDeleteBatch(noHost, [](const std::string&) {
+                    return false;
+                }).statements.empty());
+}
+
+class ChromeCookiesTest : public ::testing::Test {
+protected:
+    BrowserHarness h;
+    ChromeCleaner chrome{h.env(), Browser::GoogleChrome};
+    Db cookies{h.chromeProfile() / "Cookies"};
+
+    void SetUp() override { cookies.exec(test::schema::kCookies); }
+};
+
+TEST_F(ChromeCookiesTest, CountsRowsAndCellSizes) {
+    insertChromeCookie(cookies, ".a.example", "sid");
+    insertChromeCookie(cookies, "b.example", "x");
+    EXPECT_EQ(chrome.countChromeCookies(),
+              (CountPair{2, test::chromeCookieSize(".a.example", "sid") +
+                                test::chromeCookieSize("b.example", "x")}));
+}
+
+TEST_F(ChromeCookiesTest, DeletesEveryCookieOfHostsNotKept) {
+    insertChromeCookie(cookies, ".a.example", "one");
+    insertChromeCookie(cookies, ".a.example", "two");
+    insertChromeCookie(cookies, ".a.example", "three");
+    insertChromeCookie(cookies, ".keep.example", "k");
+    insertChromeCookie(cookies, "keep.example", "k");
+    insertChromeCookie(cookies, "sub.keep.example", "k");
+    h.cookies->keep(CookieBrowser::Chrome, "keep.example");
+
+    chrome.deleteChromeCookies();
+
+    EXPECT_EQ(hostsIn(cookies), (std::vector<std::string>{".keep.example", "keep.example"}));
+    // The delete list is rebuilt from what the store still holds, kept domains left out.
+    EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Chrome).empty());
+    EXPECT_EQ(h.cookies->allowed(CookieBrowser::Chrome), std::vector<std::string>{"keep.example"});
+}
+
+TEST_F(ChromeCookiesTest, AHostWithAQuoteIsDeletedAloneWithoutFailure) {
+    insertChromeCookie(cookies, "it's.example", "q");
+    insertChromeCookie(cookies, "its.example", "a");
+    insertChromeCookie(cookies, "x' OR '1'='1", "b");
+    insertChromeCookie(cookies, "s.example", "c");
+    h.cookies->keep(CookieBrowser::Chrome, "its.example");
+    h.cookies->keep(CookieBrowser::Chrome, "s.example");
+    h.cookies->keep(CookieBrowser::Chrome, "x' OR '1'='1");
+
+    // Only the quoted host is not kept: exactly its cookie goes.
+    chrome.deleteChromeCookies();
+    EXPECT_EQ(hostsIn(cookies),
+              (std::vector<std::string>{"its.example", "x' OR '1'='1", "s.example"}));
+}
+
+TEST_F(ChromeCookiesTest, UnreadableKeepListsDeleteNoCookie) {
+    insertChromeCookie(cookies, "a.example", "one");
+    insertChromeCookie(cookies, "b.example", "two");
+    h.reloadCookiesFrom("this is not a property list");
+    ASSERT_FALSE(h.cookies->cookieDeletesAllowed());
+    ChromeCleaner cleaner(h.env(), Browser::GoogleChrome);
+
+    cleaner.deleteChromeCookies();
+
+    EXPECT_EQ(cookies.rows("cookies"), 2);
+    auto lines = h.log.lines();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
+        return line == "Google Chrome cookies were not deleted: the list of cookies to keep "
+                       "could not be read";
+    }));
+}
+
+TEST_F(ChromeCookiesTest, NetworkCookiesAreFoundBesideTheOldStore) {
+    insertChromeCookie(cookies, "old.example", "a");
+    Db network(h.chromeProfile() / "Network/Cookies");
+    network.exec(test::schema::kCookies);
+    insertChromeCookie(network, ".new.example", "b");
+    insertChromeCookie(network, "keep.example", "c");
+    h.cookies->keep(CookieBrowser::Chrome, "keep.example");
+
+    EXPECT_EQ(chrome.countChromeCookies(),
+              (CountPair{3, test::chromeCookieSize("old.example", "a") +
+                                test::chromeCookieSize(".new.example", "b") +
+                                test::chromeCookieSize("keep.example", "c")}));
+    chrome.deleteChromeCookies();
+    EXPECT_EQ(cookies.rows("cookies"), 0);
+    EXPECT_EQ(hostsIn(network), std::vector<std::string>{"keep.example"});
+}
+
+TEST_F(ChromeCookiesTest, OnlyNetworkCookies) {
+    fs::remove(h.chromeProfile() / "Cookies");
+    Db network(h.chromeProfile() / "Network/Cookies");
+    network.exec(test::schema::kCookies);
+    insertChromeCookie(network, "a.example", "b");
+    EXPECT_EQ(chrome.countChromeCookies(),
+              (CountPair{1, test::chromeCookieSize("a.example", "b")}));
+    chrome.deleteChromeCookies();
+    EXPECT_EQ(network.rows("cookies"), 0);
+    EXPECT_FALSE(fs::exists(h.chromeProfile() / "Cookies"));
+}
+
+TEST_F(ChromeCookiesTest, RefreshListsTheStoreDomainsOnce) {
+    insertChromeCookie(cookies, ".b.example", "1");
+    insertChromeCookie(cookies, "b.example", "2");
+    insertChromeCookie(cookies, "A.example", "3");
+    insertChromeCookie(cookies, "keep.example", "4");
+    h.cookies->keep(CookieBrowser::Chrome, "keep.example");
+
+    chrome.refreshChromeCookiesList();
+    EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Chrome),
+              (std::vector<std::string>{"A.example", "b.example"}));
+    EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Opera).empty());
+}
+
+TEST_F(ChromeCookiesTest, ChromiumUsesItsOwnStoreAndTheChromeLists) {
+    insertChromeCookie(cookies, "a.example", "chrome");
+    Db chromiumCookies(h.chromiumProfile() / "Cookies");
+    chromiumCookies.exec(test::schema::kCookies);
+    insertChromeCookie(chromiumCookies, "a.example", "chromium");
+    insertChromeCookie(chromiumCookies, "keep.example", "chromium");
+    h.cookies->keep(CookieBrowser::Chrome, "keep.example");
+
+    ChromeCleaner chromium(h.env(), Browser::Chromium);
+    chromium.deleteChromeCookies();
+    EXPECT_EQ(hostsIn(chromiumCookies), std::vector<std::string>{"keep.example"});
+    EXPECT_EQ(hostsIn(cookies), std::vector<std::string>{"a.example"});
+}
+
+TEST(ChromeCookiesMissingTest, NoProfileCountsNothingAndDeletesNothing) {
+    BrowserHarness h;
+    ChromeCleaner chrome(h.env(), Browser::GoogleChrome);
+    EXPECT_EQ(chrome.countChromeCookies(), CountPair{});
+    chrome.deleteChromeCookies();
+    EXPECT_FALSE(fs::exists(h.chromeProfile()));
+}
+
+} // namespace
+} // namespace tpc::browsers

@@ -1,0 +1,189 @@
+// The other Chrome-family items: caches, session and tab files, form data, logins, site icons,
+// top sites, quitting, and the rows' operations by Description.
+
+#include "ChromeHarness.h"
+#include "browsers/chrome/ChromeCleaner.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace tpc::browsers {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Browser;
+using test::BrowserHarness;
+using test::Db;
+using test::writeFile;
+
+std::int64_t ownSize(const fs::path& path) {
+    struct stat st {};
+    EXPECT_EQ(::lstat(path.c_str(), &st), 0) << path;
+    return st.st_size;
+}
+
+class ChromeItemsTest : public ::testing::Test {
+protected:
+    BrowserHarness h;
+    ChromeCleaner chrome{h.env(), Browser::GoogleChrome};
+
+    void SetUp() override { fs::create_directories(h.chromeProfile()); }
+};
+
+TEST_F(ChromeItemsTest, CachesCountSessionStorageWithoutLockAndTheCacheFolder) {
+    auto storage = h.chromeProfile() / "Session Storage";
+    writeFile(storage / "LOCK", "");
+    writeFile(storage / "000003.log", std::string(300, 'l'));
+    writeFile(storage / "MANIFEST-000001", std::string(40, 'm'));
+    writeFile(h.chromeCache() / "Default/Cache/data_0", std::string(1000, 'c'));
+    writeFile(h.chromeCache() / "Default/Cache/index", std::string(24, 'i'));
+
+    auto expected = 300 + 40 + ownSize(h.chromeCache() / "Default") +
+                    ownSize(h.chromeCache() / "Default/Cache") + 1000 + 24;
+    EXPECT_EQ(chrome.countChromeCaches(), (CountPair{6, expected}));
+
+    chrome.deleteChromeCaches();
+    EXPECT_TRUE(fs::exists(storage / "LOCK"));
+    EXPECT_FALSE(fs::exists(storage / "000003.log"));
+    EXPECT_FALSE(fs::exists(storage / "MANIFEST-000001"));
+    EXPECT_TRUE(fs::is_directory(h.chromeCache()));
+    EXPECT_TRUE(fs::is_empty(h.chromeCache()));
+    EXPECT_EQ(chrome.countChromeCaches(), CountPair{});
+}
+
+TEST_F(ChromeItemsTest, SessionStorageHoldingOnlyLockCountsAndDeletesNothing) {
+    writeFile(h.chromeProfile() / "Session Storage/LOCK", "");
+    EXPECT_EQ(chrome.countChromeCaches(), CountPair{});
+    chrome.deleteChromeCaches();
+    EXPECT_TRUE(fs::exists(h.chromeProfile() / "Session Storage/LOCK"));
+}
+
+TEST_F(ChromeItemsTest, LinksInTheCacheAreRemovedAsLinks) {
+    auto outside = h.dir / "outside";
+    writeFile(outside / "precious", "keep me");
+    fs::create_directories(h.chromeCache());
+    fs::create_directory_symlink(outside, h.chromeCache() / "link");
+
+    // The link counts as itself; its target is not walked.
+    EXPECT_EQ(chrome.countChromeCaches(), (CountPair{1, ownSize(h.chromeCache() / "link")}));
+    chrome.deleteChromeCaches();
+    EXPECT_FALSE(fs::exists(fs::symlink_status(h.chromeCache() / "link")));
+    EXPECT_EQ(test::readFile(outside / "precious"), "keep me");
+}
+
+TEST_F(ChromeItemsTest, SessionAndTabFilesCountOneAndTheirSize) {
+    writeFile(h.chromeProfile() / "Current Session", std::string(123, 's'));
+    writeFile(h.chromeProfile() / "Last Tabs", std::string(7, 't'));
+    EXPECT_EQ(chrome.countChromeCurrentSession(), (CountPair{1, 123}));
+    EXPECT_EQ(chrome.countChromeLastTabs(), (CountPair{1, 7}));
+    EXPECT_EQ(chrome.countChromeCurrentTabs(), CountPair{});
+    EXPECT_EQ(chrome.countChromeLastSession(), CountPair{});
+
+    chrome.deleteChromeCurrentSession();
+    chrome.deleteChromeCurrentTabs();
+    EXPECT_FALSE(fs::exists(h.chromeProfile() / "Current Session"));
+    EXPECT_TRUE(fs::exists(h.chromeProfile() / "Last Tabs"));
+    chrome.deleteChromeLastTabs();
+    chrome.deleteChromeLastSession();
+    EXPECT_FALSE(fs::exists(h.chromeProfile() / "Last Tabs"));
+    EXPECT_TRUE(h.log.lines().empty());
+}
+
+TEST_F(ChromeItemsTest, FormInformationCountsAndEmptiesTheFourteenTables) {
+    Db db(h.chromeProfile() / "Web Data");
+    db.exec(test::schema::kWebData);
+    db.exec("INSERT INTO meta VALUES('version','46');"
+            // 0 + 0 + 0 + 4 + 4
+            "INSERT INTO autofill VALUES('email','a@b.example','a@b.example',1,2);"
+            // 4 + 4
+            "INSERT INTO autofill_dates VALUES(1,1300000000);"
+            "INSERT INTO autofill_profile_emails VALUES('g','a@b.example');"
+            // 4 + 4 + 2 bytes
+            "INSERT INTO web_app_icons VALUES('https://app.example/',16,16,X'0A0B');"
+            "INSERT INTO web_intents_defaults VALUES('share','text/*','p',1,0,'s');");
+    // web_app_icons: url LONGVARCHAR 4, width/height "int" are not INTEGER (0), blob 2.
+    // web_intents_defaults: LONGVARCHAR 4 + 4, user_date and suppression 4 + 4.
+    EXPECT_EQ(chrome.countChromeSavedFormInformation(), (CountPair{5, 8 + 8 + 0 + 6 + 16}));
+
+    chrome.deleteChromeSavedFormInformation();
+    for (const auto& table : ChromeCleaner::webDataTables())
+        EXPECT_EQ(db.rows(table), 0) << table;
+    EXPECT_EQ(db.rows("meta"), 1);
+    EXPECT_TRUE(h.failedQueryLines().empty());
+}
+
+TEST_F(ChromeItemsTest, SavedPasswordsAndTheirFailureLine) {
+    Db db(h.chromeProfile() / "Login Data");
+    db.exec(test::schema::kLoginData);
+    db.exec("INSERT INTO logins VALUES('https://a.example/','','user','me','pw',X'00112233','',"
+            "'https://a.example/',1,1,13300000000000000,0,0);");
+    // password_value 4 bytes; ssl_valid, preferred, blacklisted, scheme 4 each; date 8.
+    EXPECT_EQ(chrome.countChromeSavedPasswords(), (CountPair{1, 4 + 16 + 8}));
+    chrome.deleteChromeSavedPasswords();
+    EXPECT_EQ(db.rows("logins"), 0);
+    EXPECT_TRUE(h.failedQueryLines().empty());
+
+    db.exec("DROP TABLE logins;");
+    EXPECT_EQ(chrome.countChromeSavedPasswords(), CountPair{});
+    chrome.deleteChromeSavedPasswords();
+    EXPECT_EQ(h.failedQueryLines(),
+              std::vector<std::string>{"SQLite failed query: DELETE FROM logins; errorCode: SQL "
+                                       "Statement failed to execute."});
+}
+
+TEST_F(ChromeItemsTest, SiteIconsCountAndEmptyTheThreeTables) {
+    Db db(h.chromeProfile() / "Favicons");
+    db.exec(test::schema::kFavicons);
+    db.exec("INSERT INTO favicons VALUES(1,'https://a.example/favicon.ico',1);"
+            "INSERT INTO favicon_bitmaps VALUES(1,1,13300000000000000,X'89504E47',16,16);"
+            "INSERT INTO icon_mapping VALUES(1,'https://a.example/',1);");
+    EXPECT_EQ(chrome.countChromeSiteIcons(), (CountPair{3, 12 + (4 + 4 + 8 + 4 + 4 + 4) + 12}));
+    chrome.deleteChromeSiteIcons();
+    for (const auto& table : ChromeCleaner::faviconsTables())
+        EXPECT_EQ(db.rows(table), 0) << table;
+}
+
+TEST_F(ChromeItemsTest, TopSitesFailureNamesTheLoginsStatement) {
+    Db db(h.chromeProfile() / "Top Sites");
+    db.exec(test::schema::kTopSites);
+    db.exec("INSERT INTO thumbnails VALUES('https://a.example/',0,'A',X'FFD8',"
+            "'https://a.example/',1.0,1,0,13300000000000000,1);");
+    // LONGVARCHAR 4 × 3, url_rank 4, blob 2, DOUBLE 0, three INTEGER 4, one 8.
+    EXPECT_EQ(chrome.countChromeTopSites(), (CountPair{1, 12 + 4 + 2 + 12 + 8}));
+    chrome.deleteChromeTopSites();
+    EXPECT_EQ(db.rows("thumbnails"), 0);
+    EXPECT_TRUE(h.failedQueryLines().empty());
+
+    // A newer store keeps its sites in another table.
+    db.exec("DROP TABLE thumbnails; CREATE TABLE top_sites (url LONGVARCHAR NOT NULL, "
+            "url_rank INTEGER NOT NULL, title LONGVARCHAR NOT NULL);");
+    chrome.deleteChromeTopSites();
+    EXPECT_EQ(h.failedQueryLines(),
+              std::vector<std::string>{"SQLite failed query: DELETE FROM logins; errorCode: SQL "
+                                       "Statement failed to execute."});
+}
+
+TEST_F(ChromeItemsTest, QuitAsksTheBrowserByBundleIdentifier) {
+    chrome.quitChrome();
+    ChromeCleaner(h.env(), Browser::Chromium).quitChrome();
+    EXPECT_EQ(h.apps->terminated,
+              (std::vector<std::string>{"com.google.Chrome", "org.chromium.Chromium"}));
+}
+
+TEST_F(ChromeItemsTest, RowsReachTheirOperationsByDescription) {
+    writeFile(h.chromeProfile() / "Last Session", "abc");
+    EXPECT_EQ(chrome.countItem("Last Session"), (CountPair{1, 3}));
+    EXPECT_EQ(chrome.countItem("Auto Quit Chrome"), std::nullopt);
+    EXPECT_EQ(chrome.countItem("Download History"), std::nullopt);
+    EXPECT_FALSE(chrome.deleteItem("Sessions"));
+    EXPECT_TRUE(chrome.deleteItem("Last Session"));
+    EXPECT_FALSE(fs::exists(h.chromeProfile() / "Last Session"));
+    EXPECT_TRUE(chrome.deleteItem("Auto Quit Chrome"));
+    EXPECT_EQ(h.apps->terminated, std::vector<std::string>{"com.google.Chrome"});
+    ASSERT_EQ(ChromeCleaner::itemDescriptions().size(), 12u);
+    EXPECT_EQ(ChromeCleaner::itemDescriptions().front(), "Internet History");
+    EXPECT_EQ(ChromeCleaner::itemDescriptions().back(), "Auto Quit Chrome");
+}
+
+} // namespace
+} // namespace tpc::browsers
