@@ -35,6 +35,7 @@ int run(int argc, char** argv) {
 
     Handler chosen;
     addSettingsCommands(app, chosen);
+    addEraseCommand(app, chosen);
 
     try {
         app.parse(argc, argv);

@@ -13,5 +13,7 @@ using Handler = std::function<int(Session&)>;
 
 // `settings list|get|set`.
 void addSettingsCommands(CLI::App& app, Handler& chosen);
+// `erase [--method N] PATH...`.
+void addEraseCommand(CLI::App& app, Handler& chosen);
 
 } // namespace tpc::cli

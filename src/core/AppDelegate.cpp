@@ -19,7 +19,17 @@ AppDelegate::AppDelegate(AppServices services)
       settings_(services.platform.settingsFolder(), services.log, services.clock),
       ctx_{settings_,         flags_,         services.frontend, services.mainThread,
            services.platform, services.clock, services.log},
-      general_(settings_), presets_(settings_), tasks_(std::make_unique<TaskRunner>(ctx_)) {}
+      general_(settings_), presets_(settings_),
+      helper_(erase::HelperClientEnv{services.clock, services.log, flags_.abortCleaningFlag(),
+                                     [this] { return general_.fileDeletionOption(); },
+                                     erase::UnixHelperConnection::factory(), installer_}),
+      deleter_(deleterEnv()), tasks_(std::make_unique<TaskRunner>(ctx_)) {}
+
+erase::DeleterEnv AppDelegate::deleterEnv() {
+    return erase::DeleterEnv{flags_.abortCleaningFlag(),
+                             [this] { return general_.fileDeletionOption(); }, services_.clock,
+                             services_.log, &helper_};
+}
 
 AppDelegate::~AppDelegate() {
     // Every worker sees an abort request and is waited for: no thread outlives the engine.
@@ -28,6 +38,10 @@ AppDelegate::~AppDelegate() {
 }
 
 void AppDelegate::startUp(const StartupOptions& options) {
+    // Before the window: the helper is installed, or re-installed when it is older than the one
+    // this build carries. The command line never installs it.
+    if (!options.headless)
+        tasks_->startThread([this] { helper_.initialConnectionWithHelperToolThread(); });
     // The order matters: later steps read what earlier ones built. Each subsystem joins at its
     // own step as it arrives.
     //  a. Schedule pickers (the scheduler).

@@ -8,6 +8,9 @@
 #include "core/Settings.h"
 #include "core/TaskFlags.h"
 #include "core/TaskRunner.h"
+#include "erase/Deleter.h"
+#include "erase/HelperClient.h"
+#include "erase/PkexecInstaller.h"
 #include "presets/PresetStore.h"
 
 #include <atomic>
@@ -32,8 +35,8 @@ struct AppServices {
 };
 
 struct StartupOptions {
-    // Without window, status item and UI-scripting prompt, and never adding a login item (the
-    // command line).
+    // Without window, status item and UI-scripting prompt, never adding a login item and never
+    // installing the privileged helper (the command line).
     bool headless = false;
 };
 
@@ -60,6 +63,10 @@ public:
     TaskRunner& tasks() { return *tasks_; }
     GeneralPrefs& general() { return general_; }
     presets::PresetStore& presets() { return presets_; }
+    // The deletion engine every cleaner removes files through, and how it is set up.
+    erase::Deleter& deleter() { return deleter_; }
+    erase::DeleterEnv deleterEnv();
+    erase::HelperClient& helper() { return helper_; }
 
     // Start at login.
     bool loginItemExists();
@@ -91,6 +98,9 @@ private:
     Context ctx_;
     GeneralPrefs general_;
     presets::PresetStore presets_;
+    erase::PkexecInstaller installer_;
+    erase::HelperClient helper_;
+    erase::Deleter deleter_;
     std::unique_ptr<TaskRunner> tasks_;
     std::atomic<bool> terminatingApp_{false};
 };

@@ -1,14 +1,17 @@
 #pragma once
 // The one way the cleaners remove files: plainly, or overwritten in place by one of nine
 // multi-pass methods and then removed. Items the user may not change go to the privileged helper,
-// one request at a time. Symbolic links are never followed: a link is removed as a link.
+// one request at a time. Symbolic links are never followed: a link is removed as a link. A file
+// with other names (hard links) loses this name without being overwritten.
 
+#include "erase/AccessChecker.h"
 #include "erase/PatternBlocks.h"
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <vector>
 
@@ -47,6 +50,8 @@ struct DeleterEnv {
     // The blocks and the writer; the shared blocks and plain POSIX calls when none are given.
     const PatternBlocks* blocks = nullptr;
     BlockWriter* writer = nullptr;
+    // Who may remove or write what; the kernel's rules for this user when none is given.
+    const AccessChecker* access = nullptr;
 };
 
 class Deleter {
@@ -60,17 +65,40 @@ public:
     void simpleDeleteFiles(const std::vector<std::string>& paths);
     // Overwrite then remove, depth first through folders.
     void eraseFiles(const std::vector<std::string>& paths);
-    // Overwrites one regular file of `size` bytes in place with the current method.
+    // Overwrites one regular file of `size` bytes in place with the current method. Never opens
+    // a link, anything but a regular file, or a file with other names (hard links); never writes
+    // past `size` or past the file's current end.
     void fillFilePath(const std::string& path, std::uint64_t size);
 
-    // The item and its parent folder may be removed by this user.
+    // The item exists and this user may remove it from its folder.
     bool isDeletablePath(const std::string& path) const;
-    // ... and the item may also be written.
+    // ... and may also write the item (a folder: write and search it).
     bool isWriteDeletablePath(const std::string& path) const;
 
 private:
+    bool aborted() const { return env_.abortCleaning.load(); }
+    std::int64_t deletionOption() const;
+    const PatternBlocks& blocks() const;
+    BlockWriter& writer();
+    const AccessChecker& access() const;
+
+    // Removes one listed item plainly, logging a failure.
+    void removeListed(const std::string& path);
+    // Erases entry `name` of folder `dirFd` (known to the user as `path`); false once the abort
+    // flag stopped the work.
+    bool eraseEntry(int dirFd, const std::string& name, const std::string& path);
+    bool eraseFolder(int dirFd, const std::string& name, const std::string& path);
+    // Overwrites entry `name` if it is still the regular file `measured` (same device and inode).
+    void overwriteEntry(int dirFd, const std::string& name, const struct stat& measured,
+                        std::uint64_t size);
+    void overwriteOpenFile(int fd, std::uint64_t size, std::int64_t method);
+    // Hands one item to the helper, strictly one request at a time; logs it without a helper.
+    void handToHelper(const std::string& path);
+    void logRemovalError(const std::string& path, int error, const std::string& reason);
+
     DeleterEnv env_;
     PosixBlockWriter posixWriter_;
+    PosixAccessChecker posixAccess_;
 };
 
 // A fresh random UUID in canonical upper-case text form.

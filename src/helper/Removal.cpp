@@ -1,0 +1,26 @@
+#include "helper/Removal.h"
+
+#include "erase/Deleter.h"
+
+namespace tpc::helper {
+
+RemoveItem deleterRemoval(core::Clock& clock, core::SystemLog& log) {
+    return [&clock, &log](const std::string& path, std::optional<std::uint64_t> method,
+                          const std::atomic<bool>& abort) {
+        // The method is the 64-bit pattern the client sent; outside 0..8 it writes no pattern
+        // and the item is only removed, as in the application.
+        const std::int64_t option = method ? static_cast<std::int64_t>(*method) : -1;
+        erase::Deleter deleter(erase::DeleterEnv{
+            .abortCleaning = abort,
+            .deletionOption = [option] { return option; },
+            .clock = clock,
+            .log = log,
+        });
+        if (method)
+            deleter.eraseFiles({path});
+        else
+            deleter.simpleDeleteFiles({path});
+    };
+}
+
+} // namespace tpc::helper
