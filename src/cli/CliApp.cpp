@@ -36,6 +36,7 @@ int run(int argc, char** argv) {
     Handler chosen;
     addSettingsCommands(app, chosen);
     addEraseCommand(app, chosen);
+    addBrowserCommands(app, chosen);
 
     try {
         app.parse(argc, argv);

@@ -15,5 +15,7 @@ using Handler = std::function<int(Session&)>;
 void addSettingsCommands(CLI::App& app, Handler& chosen);
 // `erase [--method N] PATH...`.
 void addEraseCommand(CLI::App& app, Handler& chosen);
+// `count BROWSER ITEM`, `delete BROWSER ITEM`, `cookies BROWSER list|keep|unkeep`.
+void addBrowserCommands(CLI::App& app, Handler& chosen);
 
 } // namespace tpc::cli

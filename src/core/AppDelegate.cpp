@@ -23,7 +23,10 @@ AppDelegate::AppDelegate(AppServices services)
       helper_(erase::HelperClientEnv{services.clock, services.log, flags_.abortCleaningFlag(),
                                      [this] { return general_.fileDeletionOption(); },
                                      erase::UnixHelperConnection::factory(), installer_}),
-      deleter_(deleterEnv()), tasks_(std::make_unique<TaskRunner>(ctx_)) {}
+      deleter_(deleterEnv()), cookies_(settings_, services.log),
+      browsers_(std::make_unique<browsers::BrowserCleaners>(
+          browsers::CleanerEnv{services.platform, deleter_, cookies_, services.log})),
+      tasks_(std::make_unique<TaskRunner>(ctx_)) {}
 
 erase::DeleterEnv AppDelegate::deleterEnv() {
     return erase::DeleterEnv{flags_.abortCleaningFlag(),
@@ -45,7 +48,9 @@ void AppDelegate::startUp(const StartupOptions& options) {
     // The order matters: later steps read what earlier ones built. Each subsystem joins at its
     // own step as it arrives.
     //  a. Schedule pickers (the scheduler).
-    //  b. Cookie keep and delete lists, then each browser's delete list (the cookie lists).
+    //  b. Cookie keep and delete lists, then each browser's delete list from its store.
+    cookies_.loadCookies();
+    browsers_->refreshAllCookieLists();
     //  c. General settings.
     general_.loadGeneralPrefs();
     //  d. Status item: the desktop application's, set up by its front end.

@@ -3,6 +3,8 @@
 // order, runs first-start defaults and the UI-scripting prompt, and shuts down in order. Both front
 // ends drive the engine through one AppDelegate.
 
+#include "browsers/BrowserCleaners.h"
+#include "browsers/CookieLists.h"
 #include "core/Context.h"
 #include "core/GeneralPrefs.h"
 #include "core/Settings.h"
@@ -67,6 +69,8 @@ public:
     erase::Deleter& deleter() { return deleter_; }
     erase::DeleterEnv deleterEnv();
     erase::HelperClient& helper() { return helper_; }
+    browsers::CookieLists& cookies() { return cookies_; }
+    browsers::BrowserCleaners& browsers() { return *browsers_; }
 
     // Start at login.
     bool loginItemExists();
@@ -101,6 +105,8 @@ private:
     erase::PkexecInstaller installer_;
     erase::HelperClient helper_;
     erase::Deleter deleter_;
+    browsers::CookieLists cookies_;
+    std::unique_ptr<browsers::BrowserCleaners> browsers_;
     std::unique_ptr<TaskRunner> tasks_;
     std::atomic<bool> terminatingApp_{false};
 };

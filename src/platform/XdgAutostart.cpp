@@ -1,5 +1,7 @@
 #include "platform/Services.h"
 
+#include "core/PropertyList.h"
+
 #include "platform/DesktopExec.h"
 #include "platform/KeyFile.h"
 #include "platform/TextFile.h"
@@ -42,30 +44,13 @@ bool runs(const std::optional<Entry>& entry, const std::string& appPath) {
     return entry && !entry->hidden && !appPath.empty() && entry->program.starts_with(appPath);
 }
 
-// Writes `content` to a temporary file beside `file`, then renames it over `file`: readers see
-// the old entry or the new one, and a link at `file` is replaced, never written through.
+// Replaces `file` atomically: readers see the old entry or the new one, and a link at `file` is
+// replaced, never written through.
 bool writeAtomically(const fs::path& file, const std::string& content) {
     std::error_code ec;
     fs::create_directories(file.parent_path(), ec);
-    auto pattern = (file.parent_path() / ("." + file.filename().string() + ".XXXXXX")).string();
-    int fd = mkstemp(pattern.data());
-    if (fd < 0)
-        return false;
-    bool ok = fchmod(fd, 0644) == 0;
-    for (std::size_t done = 0; ok && done < content.size();) {
-        auto n = write(fd, content.data() + done, content.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        ok = n > 0;
-        if (ok)
-            done += static_cast<std::size_t>(n);
-    }
-    ok = fsync(fd) == 0 && ok;
-    ok = close(fd) == 0 && ok;
-    ok = ok && std::rename(pattern.c_str(), file.c_str()) == 0;
-    if (!ok)
-        unlink(pattern.c_str());
-    return ok;
+    return core::plist::writeFileAtomically(
+        file, std::vector<std::uint8_t>(content.begin(), content.end()), 0644);
 }
 
 } // namespace

@@ -1,0 +1,137 @@
+#include "browsers/BrowserCleaners.h"
+
+#include "browsers/chrome/ChromeCleaner.h"
+#include "browsers/firefox/FirefoxCleaner.h"
+#include "browsers/opera/OperaCleaner.h"
+
+namespace tpc::browsers {
+
+namespace {
+
+// Firefox's items and their operations, in catalogue order.
+struct FirefoxItem {
+    const char* description;
+    CountPair (FirefoxCleaner::*count)();
+    void (FirefoxCleaner::*remove)();
+};
+
+const FirefoxItem kFirefoxItems[] = {
+    {"Internet History", &FirefoxCleaner::countFirefoxInternetHistory,
+     &FirefoxCleaner::deleteFirefoxInternetHistory},
+    {"Internet Cache", &FirefoxCleaner::countFirefoxInternetCaches,
+     &FirefoxCleaner::deleteFirefoxInternetCaches},
+    {"Cookies", &FirefoxCleaner::countFirefoxCookies, &FirefoxCleaner::deleteFirefoxCookies},
+    {"Download History", &FirefoxCleaner::countFirefoxDownloadHistory,
+     &FirefoxCleaner::deleteFirefoxDownloadHistory},
+    {"Saved Form Information", &FirefoxCleaner::countFirefoxFormHistory,
+     &FirefoxCleaner::deleteFirefoxFormHistory},
+    {"Saved Passwords", &FirefoxCleaner::countFirefoxSignOns,
+     &FirefoxCleaner::deleteFirefoxSignons},
+    {"Sessions", &FirefoxCleaner::countFirefoxSessions, &FirefoxCleaner::deleteFirefoxSessions},
+    {"Site Preferences", &FirefoxCleaner::countFirefoxSitePrefs,
+     &FirefoxCleaner::deleteFirefoxSitePrefs},
+    {"Application Cache", &FirefoxCleaner::countFirefoxAppCaches,
+     &FirefoxCleaner::deleteFirefoxAppCaches},
+    {"Auto Quit Firefox", nullptr, &FirefoxCleaner::quitFirefox},
+};
+
+const FirefoxItem* findFirefoxItem(const std::string& description) {
+    for (const auto& item : kFirefoxItems)
+        if (description == item.description)
+            return &item;
+    return nullptr;
+}
+
+BrowserEntry chromeEntry(const std::string& name, platform::Browser browser,
+                         ChromeCleaner& cleaner) {
+    BrowserEntry e{name, browser, CookieBrowser::Chrome, ChromeCleaner::itemDescriptions(), {},
+                   {},   {}};
+    e.countItem = [&cleaner](const std::string& d) {
+        return cleaner.countItem(d);
+    };
+    e.deleteItem = [&cleaner](const std::string& d) {
+        return cleaner.deleteItem(d);
+    };
+    e.refreshCookies = [&cleaner] {
+        cleaner.refreshChromeCookiesList();
+    };
+    return e;
+}
+
+} // namespace
+
+BrowserCleaners::BrowserCleaners(CleanerEnv env)
+    : env_(env), firefox_(std::make_unique<FirefoxCleaner>(env)),
+      chrome_(std::make_unique<ChromeCleaner>(env, platform::Browser::GoogleChrome)),
+      chromium_(std::make_unique<ChromeCleaner>(env, platform::Browser::Chromium)),
+      opera_(std::make_unique<OperaCleaner>(env)) {
+    BrowserEntry ff{"Firefox", platform::Browser::Firefox, CookieBrowser::Firefox, {}, {}, {}, {}};
+    for (const auto& item : kFirefoxItems)
+        ff.items.emplace_back(item.description);
+    ff.countItem = [this](const std::string& d) -> std::optional<CountPair> {
+        const auto* item = findFirefoxItem(d);
+        if (!item || !item->count)
+            return std::nullopt;
+        return (firefox_.get()->*item->count)();
+    };
+    ff.deleteItem = [this](const std::string& d) {
+        const auto* item = findFirefoxItem(d);
+        if (!item)
+            return false;
+        (firefox_.get()->*item->remove)();
+        return true;
+    };
+    ff.refreshCookies = [this] {
+        firefox_->refreshFirefoxCookiesList();
+    };
+    entries_.push_back(std::move(ff));
+
+    entries_.push_back(chromeEntry("Google Chrome", platform::Browser::GoogleChrome, *chrome_));
+    if (env.platform.layout() == platform::Layout::Linux)
+        entries_.push_back(chromeEntry("Chromium", platform::Browser::Chromium, *chromium_));
+
+    BrowserEntry op{"Opera",
+                    platform::Browser::Opera,
+                    CookieBrowser::Opera,
+                    OperaCleaner::itemDescriptions(),
+                    {},
+                    {},
+                    {}};
+    op.countItem = [this](const std::string& d) {
+        return opera_->countItem(d);
+    };
+    op.deleteItem = [this](const std::string& d) {
+        return opera_->deleteItem(d);
+    };
+    op.refreshCookies = [this] {
+        opera_->refreshOperaCookiesList();
+    };
+    entries_.push_back(std::move(op));
+}
+
+BrowserCleaners::~BrowserCleaners() = default;
+
+const BrowserEntry* BrowserCleaners::find(const std::string& name) const {
+    for (const auto& e : entries_)
+        if (e.name == name)
+            return &e;
+    return nullptr;
+}
+
+void BrowserCleaners::refreshAllCookieLists() {
+    // Chromium shares Google Chrome's lists: refreshing both would leave only the last one's
+    // hosts, so the lists follow the first Chrome-family browser that is installed (Google
+    // Chrome when neither is).
+    const BrowserEntry* chromeFamily = nullptr;
+    for (const auto& e : entries_)
+        if (e.cookieBrowser == CookieBrowser::Chrome && !chromeFamily &&
+            env_.platform.browserInstalled(e.browser))
+            chromeFamily = &e;
+    if (!chromeFamily)
+        chromeFamily = find("Google Chrome");
+    for (const auto& e : entries_)
+        if (e.cookieBrowser != CookieBrowser::Chrome || &e == chromeFamily)
+            e.refreshCookies();
+}
+
+} // namespace tpc::browsers

@@ -1,0 +1,63 @@
+#pragma once
+// Every browser cleaner, reachable by the browser's name and its items' "Description" texts, as
+// the lists and the command line name them.
+
+#include "browsers/CleanerEnv.h"
+#include "browsers/CookieLists.h"
+#include "browsers/sqlite/SQLite.h"
+#include "platform/Platform.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tpc::browsers {
+
+class FirefoxCleaner;
+class ChromeCleaner;
+class OperaCleaner;
+
+// One browser as the catalogue sees it.
+struct BrowserEntry {
+    std::string name; // "Firefox", "Google Chrome", "Chromium", "Opera"
+    platform::Browser browser;
+    CookieBrowser cookieBrowser;
+    std::vector<std::string> items; // sub item descriptions, in catalogue order
+    // Count of an item; nullopt for the auto-quit item (and unknown names).
+    std::function<std::optional<CountPair>(const std::string&)> countItem;
+    // Delete operation of an item; false for an unknown name.
+    std::function<bool(const std::string&)> deleteItem;
+    // Rebuilds the browser's cookie delete list from its store.
+    std::function<void()> refreshCookies;
+};
+
+class BrowserCleaners {
+public:
+    explicit BrowserCleaners(CleanerEnv env);
+    ~BrowserCleaners();
+
+    // In catalogue order. Chromium is offered on the linux layout only.
+    const std::vector<BrowserEntry>& entries() const { return entries_; }
+    // By name (case-sensitive, as the lists show it); nullptr when unknown.
+    const BrowserEntry* find(const std::string& name) const;
+
+    FirefoxCleaner& firefox() { return *firefox_; }
+    ChromeCleaner& chrome() { return *chrome_; }
+    ChromeCleaner& chromium() { return *chromium_; }
+    OperaCleaner& opera() { return *opera_; }
+
+    // Every browser's cookie delete list from its store (at start-up and after a clean).
+    void refreshAllCookieLists();
+
+private:
+    CleanerEnv env_;
+    std::unique_ptr<FirefoxCleaner> firefox_;
+    std::unique_ptr<ChromeCleaner> chrome_;
+    std::unique_ptr<ChromeCleaner> chromium_;
+    std::unique_ptr<OperaCleaner> opera_;
+    std::vector<BrowserEntry> entries_;
+};
+
+} // namespace tpc::browsers

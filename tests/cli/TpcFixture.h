@@ -1,0 +1,66 @@
+#pragma once
+// Runs the real `tpc` program on fake homes.
+
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+namespace tpc::test {
+
+namespace fs = std::filesystem;
+
+struct Result {
+    int code = -1;
+    std::string out;
+    std::string err;
+};
+
+inline std::string quote(const std::string& s) {
+    std::string q = "'";
+    for (char c : s)
+        q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+class Tpc : public ::testing::Test {
+protected:
+    TempDir dir;
+    fs::path home = dir / "home";
+
+    void SetUp() override { fs::create_directories(home); }
+
+    // Runs tpc with `args` and the environment `env` ("NAME=value" words), standard input empty.
+    Result tpc(const std::vector<std::string>& args, const std::vector<std::string>& env = {}) {
+        std::string cmd = "env -u XDG_CONFIG_HOME -u XDG_DATA_HOME -u XDG_CACHE_HOME";
+        for (const auto& e : env)
+            cmd += " " + quote(e);
+        cmd += " " + quote(TPC_CLI_PATH);
+        for (const auto& a : args)
+            cmd += " " + quote(a);
+        auto out = dir / "stdout", err = dir / "stderr";
+        cmd += " </dev/null >" + quote(out.string()) + " 2>" + quote(err.string());
+        int status = std::system(cmd.c_str());
+        Result r;
+        r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        r.out = readFile(out);
+        r.err = readFile(err);
+        return r;
+    }
+
+    Result macos(std::vector<std::string> args) {
+        args.insert(args.begin(), {"--layout", "macos", "--home", home.string()});
+        return tpc(args);
+    }
+
+    fs::path folder() const {
+        return home / "Library/Application Support/Tavrin Software/Tavrin Privacy Cleaner";
+    }
+};
+
+} // namespace tpc::test
