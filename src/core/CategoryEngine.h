@@ -1,0 +1,48 @@
+#pragma once
+// A cleaning category as the front ends drive it: a list of check-box records, a scan and a clean
+// started like the page's buttons, and the hooks through which the category's page follows the
+// task. Every category page (and `tpc scan|clean CATEGORY`) works through one of these.
+
+#include "core/Frontend.h"
+#include "core/TaskRunner.h"
+#include "core/Value.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tpc::core {
+
+struct PageHooks {
+    // Called on the main thread; any may be empty (the command line sets none).
+    std::function<void()> disableForScan;
+    std::function<void()> enableAfterScan;
+    std::function<void()> disableForClean;
+    std::function<void()> enableAfterClean;
+    std::function<void()> reloadLists;
+};
+
+class CategoryEngine {
+public:
+    virtual ~CategoryEngine() = default;
+
+    // "browsers", "recents", "system", "eraser", "extensions", "presets".
+    virtual std::string name() const = 0;
+    virtual Category category() const = 0;
+    virtual MainButton button() const = 0;
+    // The main list's records (roots), as the page shows them.
+    virtual ArrayRef list() const = 0;
+
+    // The page's Scan and Clean buttons (also the progress sheet's abort button while the task
+    // runs). Called on the main thread; the work runs on a worker started through the runner.
+    virtual void buttonScanClicked(Sender sender) = 0;
+    virtual void buttonCleanClicked(Sender sender) = 0;
+
+    // Marks exactly the rows named by "Root/Item" (or "Root") descriptions and the roots holding
+    // them, unmarking every other row. Answers the names that matched nothing.
+    virtual std::vector<std::string> markOnly(const std::vector<std::string>& items) = 0;
+
+    PageHooks hooks;
+};
+
+} // namespace tpc::core
