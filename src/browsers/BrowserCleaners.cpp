@@ -3,6 +3,7 @@
 #include "browsers/chrome/ChromeCleaner.h"
 #include "browsers/firefox/FirefoxCleaner.h"
 #include "browsers/opera/OperaCleaner.h"
+#include "browsers/safari/SafariCleaner.h"
 
 namespace tpc::browsers {
 
@@ -61,10 +62,31 @@ BrowserEntry chromeEntry(const std::string& name, platform::Browser browser,
 } // namespace
 
 BrowserCleaners::BrowserCleaners(CleanerEnv env)
-    : env_(env), firefox_(std::make_unique<FirefoxCleaner>(env)),
+    : env_(env), safari_(std::make_unique<SafariCleaner>(env)),
+      firefox_(std::make_unique<FirefoxCleaner>(env)),
       chrome_(std::make_unique<ChromeCleaner>(env, platform::Browser::GoogleChrome)),
       chromium_(std::make_unique<ChromeCleaner>(env, platform::Browser::Chromium)),
       opera_(std::make_unique<OperaCleaner>(env)) {
+    if (env.platform.layout() == platform::Layout::MacOS) {
+        BrowserEntry sf{"Safari",
+                        platform::Browser::Safari,
+                        CookieBrowser::Safari,
+                        SafariCleaner::itemDescriptions(),
+                        {},
+                        {},
+                        {}};
+        sf.countItem = [this](const std::string& d) {
+            return safari_->countItem(d);
+        };
+        sf.deleteItem = [this](const std::string& d) {
+            return safari_->deleteItem(d);
+        };
+        sf.refreshCookies = [this] {
+            safari_->refreshSafariCookiesList();
+        };
+        entries_.push_back(std::move(sf));
+    }
+
     BrowserEntry ff{"Firefox", platform::Browser::Firefox, CookieBrowser::Firefox, {}, {}, {}, {}};
     for (const auto& item : kFirefoxItems)
         ff.items.emplace_back(item.description);

@@ -15,13 +15,14 @@
 
 namespace tpc::browsers {
 
+class SafariCleaner;
 class FirefoxCleaner;
 class ChromeCleaner;
 class OperaCleaner;
 
 // One browser as the catalogue sees it.
 struct BrowserEntry {
-    std::string name; // "Firefox", "Google Chrome", "Chromium", "Opera"
+    std::string name; // "Safari", "Firefox", "Google Chrome", "Chromium", "Opera"
     platform::Browser browser;
     CookieBrowser cookieBrowser;
     std::vector<std::string> items; // sub item descriptions, in catalogue order
@@ -38,11 +39,13 @@ public:
     explicit BrowserCleaners(CleanerEnv env);
     ~BrowserCleaners();
 
-    // In catalogue order. Chromium is offered on the linux layout only.
+    // In catalogue order. Safari is offered on the macos layout only, Chromium on the linux
+    // layout only.
     const std::vector<BrowserEntry>& entries() const { return entries_; }
     // By name (case-sensitive, as the lists show it); nullptr when unknown.
     const BrowserEntry* find(const std::string& name) const;
 
+    SafariCleaner& safari() { return *safari_; }
     FirefoxCleaner& firefox() { return *firefox_; }
     ChromeCleaner& chrome() { return *chrome_; }
     ChromeCleaner& chromium() { return *chromium_; }
@@ -53,6 +56,7 @@ public:
 
 private:
     CleanerEnv env_;
+    std::unique_ptr<SafariCleaner> safari_;
     std::unique_ptr<FirefoxCleaner> firefox_;
     std::unique_ptr<ChromeCleaner> chrome_;
     std::unique_ptr<ChromeCleaner> chromium_;

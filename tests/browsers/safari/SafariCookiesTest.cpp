@@ -1,0 +1,300 @@
+// Safari's "Cookies": counting the cookie files, rewriting them without the cookies that are not
+// kept, and leaving damaged files alone.
+
+#include "SafariHarness.h"
+
+#include <gtest/gtest.h>
+#include <random>
+#include <sys/stat.h>
+
+namespace tpc::browsers::safari::sftest {
+namespace {
+
+std::int64_t sizeOf(const fs::path& p) {
+    return static_cast<std::int64_t>(fs::file_size(p));
+}
+
+CookieFile readCookies(const fs::path& p) {
+    auto file = read(readBytes(p));
+    EXPECT_TRUE(file) << p;
+    return file.value_or(CookieFile{});
+}
+
+std::vector<std::string> domainsIn(const CookieFile& file) {
+    std::vector<std::string> domains;
+    for (const auto& page : file.pages)
+        for (const auto& c : page.cookies)
+            domains.push_back(c.domain);
+    return domains;
+}
+
+// A cookie with fields that differ from the plain test cookie in every way.
+Cookie unusual(const std::string& domain) {
+    auto c = cookie(domain, "session");
+    c.version = 3;
+    c.flags = Cookie::kSecure | Cookie::kHttpOnly;
+    c.hasPort = 1;
+    c.port = 8443;
+    c.path = "/account/";
+    c.value = "s=\xe2\x9c\x93;x";
+    c.comment = "why";
+    c.commentURL = "https://kept.example/why";
+    c.expiry = 1234567890.0625;
+    c.creation = 765432100.5;
+    return c;
+}
+
+// --- Counting ---------------------------------------------------------------------------------
+
+TEST(SafariCookiesCount, NothingWithoutACookieFile) {
+    Harness h;
+    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+    fs::create_directories(h.cookieFile().parent_path());
+    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+}
+
+TEST(SafariCookiesCount, TheCookiesOfTheFileAndItsSize) {
+    Harness h;
+    writeBytes(h.cookieFile(),
+               write(cookieFile({{cookie("a.example", "1"), cookie("a.example", "2")},
+                                 {cookie("b.example", "3")}})));
+    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{3, sizeOf(h.cookieFile())}));
+}
+
+TEST(SafariCookiesCount, TheContainerFileCountsToo) {
+    Harness h;
+    writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("c.example", "1")}})));
+    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.containerCookieFile())}));
+    writeBytes(h.cookieFile(), write(cookieFile({{cookie("a.example", "1")}, {cookie("b", "2")}})));
+    EXPECT_EQ(h.cleaner->countSafariCookies(),
+              (CountPair{3, sizeOf(h.cookieFile()) + sizeOf(h.containerCookieFile())}));
+}
+
+TEST(SafariCookiesCount, AZeroLengthFileCountsNothingAndIsLeftAsItIs) {
+    Harness h;
+    writeFile(h.cookieFile(), "");
+    ageFile(h.cookieFile());
+    const auto before = stamp(h.cookieFile());
+    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+    h.cleaner->deleteSafariCookies();
+    EXPECT_EQ(stamp(h.cookieFile()), before);
+    EXPECT_TRUE(h.log.lines().empty());
+    // Beside a file with cookies, it adds nothing.
+    writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("c.example", "1")}})));
+    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.containerCookieFile())}));
+}
+
+TEST(SafariCookiesCount, ALinkInPlaceOfTheFileIsNotRead) {
+    Harness h;
+    const auto elsewhere = h.dir / "elsewhere.binarycookies";
+    writeBytes(elsewhere, write(cookieFile({{cookie("a.example", "1")}})));
+    fs::create_directories(h.cookieFile().parent_path());
+    fs::create_symlink(elsewhere, h.cookieFile());
+    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+    const auto before = stamp(elsewhere);
+    h.cleaner->deleteSafariCookies();
+    EXPECT_EQ(stamp(elsewhere), before);
+    EXPECT_TRUE(fs::is_symlink(h.cookieFile()));
+}
+
+// --- Deleting ---------------------------------------------------------------------------------
+
+TEST(SafariCookiesDelete, OfThreeCookiesExactlyTheKeptOneRemainsAsItWas) {
+    Harness h;
+    h.cookies->keep(CookieBrowser::Safari, "kept.example");
+    const Bytes policy = {'b', 'p', 'l', 'i', 's', 't', '0', '0', 0xAA, 0x55}; // kept byte for byte
+    auto original = cookieFile(
+        {{cookie("gone.example", "a"), unusual("kept.example")}, {cookie("other.example", "b")}});
+    original.policy = policy;
+    writeBytes(h.cookieFile(), write(original));
+    ageFile(h.cookieFile());
+    const auto before = stamp(h.cookieFile());
+
+    h.cleaner->deleteSafariCookies();
+
+    EXPECT_NE(stamp(h.cookieFile()), before);
+    const auto after = readCookies(h.cookieFile());
+    ASSERT_EQ(after.pages.size(), 1u); // the page left empty is gone
+    ASSERT_EQ(after.pages[0].cookies.size(), 1u);
+    EXPECT_EQ(after.pages[0].cookies[0], unusual("kept.example"));
+    EXPECT_EQ(after.policy, policy);
+    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.cookieFile())}));
+    EXPECT_TRUE(h.log.lines().empty());
+}
+
+TEST(SafariCookiesDelete, KeptCookiesStayInTheirOrderAndPagesWithEveryField) {
+    Harness h;
+    h.cookies->keep(CookieBrowser::Safari, "k1.example");
+    h.cookies->keep(CookieBrowser::Safari, "k2.example");
+    auto original = cookieFile({{unusual("k1.example"), cookie("x.example", "1")},
+                                {cookie("y.example", "2"), cookie("k2.example", "3")},
+                                {cookie("k1.example", "4"), unusual("k2.example")}});
+    writeBytes(h.cookieFile(), write(original));
+
+    h.cleaner->deleteSafariCookies();
+
+    auto expected = cookieFile({{unusual("k1.example")},
+                                {cookie("k2.example", "3")},
+                                {cookie("k1.example", "4"), unusual("k2.example")}});
+    EXPECT_TRUE(readCookies(h.cookieFile()).sameContent(expected));
+}
+
+TEST(SafariCookiesDelete, ALeadingDotIsStrippedBeforeTheKeepListIsAsked) {
+    Harness h;
+    h.cookies->keep(CookieBrowser::Safari, "example.com");
+    writeBytes(
+        h.cookieFile(),
+        write(cookieFile({{cookie(".example.com", "dot"), cookie("..example.com", "two"),
+                           cookie("example.com", "none"), cookie(".www.example.com", "w")}})));
+
+    h.cleaner->deleteSafariCookies();
+
+    EXPECT_EQ(domainsIn(readCookies(h.cookieFile())),
+              (std::vector<std::string>{".example.com", "..example.com", "example.com"}));
+    // The kept domain matches exactly: a subdomain is not kept by it.
+    EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Safari).empty());
+}
+
+TEST(SafariCookiesDelete, AllCookiesGoneLeavesAFileWithoutPagesAndWithItsPolicy) {
+    Harness h;
+    auto original = cookieFile({{cookie("a.example", "1")}, {cookie("b.example", "2")}});
+    writeBytes(h.cookieFile(), write(original));
+    h.cleaner->deleteSafariCookies();
+    const auto after = readCookies(h.cookieFile());
+    EXPECT_TRUE(after.pages.empty());
+    EXPECT_EQ(after.policy, original.policy);
+    // A file without cookies counts nothing, whatever its size.
+    ASSERT_GT(sizeOf(h.cookieFile()), 0);
+    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+}
+
+TEST(SafariCookiesDelete, BothFilesAreCleanedAndThePermissionsKept) {
+    Harness h;
+    h.cookies->keep(CookieBrowser::Safari, "kept.example");
+    writeBytes(h.cookieFile(), write(cookieFile({{cookie("a.example", "1")}})));
+    writeBytes(h.containerCookieFile(),
+               write(cookieFile({{cookie("kept.example", "k"), cookie("b.example", "2")}})));
+    fs::permissions(h.containerCookieFile(), fs::perms::owner_read | fs::perms::owner_write);
+
+    h.cleaner->deleteSafariCookies();
+
+    EXPECT_TRUE(domainsIn(readCookies(h.cookieFile())).empty());
+    EXPECT_EQ(domainsIn(readCookies(h.containerCookieFile())),
+              std::vector<std::string>{"kept.example"});
+    EXPECT_EQ(fs::status(h.containerCookieFile()).permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write);
+    // No temporary file is left beside them.
+    int entries = 0;
+    for ([[maybe_unused]] const auto& e :
+         fs::directory_iterator(h.containerCookieFile().parent_path()))
+        ++entries;
+    EXPECT_EQ(entries, 1);
+}
+
+TEST(SafariCookiesDelete, AFileWithOnlyKeptCookiesIsNotRewritten) {
+    Harness h;
+    h.cookies->keep(CookieBrowser::Safari, "kept.example");
+    auto bytes = write(cookieFile({{cookie("kept.example", "1")}}));
+    writeBytes(h.cookieFile(), bytes);
+    ageFile(h.cookieFile());
+    const auto before = stamp(h.cookieFile());
+    h.cleaner->deleteSafariCookies();
+    EXPECT_EQ(stamp(h.cookieFile()), before);
+}
+
+TEST(SafariCookiesDelete, ADamagedFileIsLeftUntouchedAndCountsNothing) {
+    Harness h;
+    auto good = write(cookieFile({{cookie("a.example", "1"), cookie("b.example", "2")}}));
+    const std::vector<Bytes> damaged = {
+        Bytes(good.begin(), good.begin() + static_cast<long>(good.size() / 2)), // truncated
+        Bytes(good.begin(), good.end() - 1),                                    // policy cut
+        Bytes{'g', 'a', 'r', 'b', 'a', 'g', 'e', '\n'},
+    };
+    for (const auto& bytes : damaged) {
+        writeBytes(h.cookieFile(), bytes);
+        ageFile(h.cookieFile());
+        const auto before = stamp(h.cookieFile());
+        EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+        h.cleaner->deleteSafariCookies();
+        EXPECT_EQ(stamp(h.cookieFile()), before);
+        h.cleaner->refreshSafariCookiesList();
+        EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Safari).empty());
+    }
+    EXPECT_EQ(h.logLines("Safari cookie file is damaged and was left as it is: ").size(), 3u);
+}
+
+TEST(SafariCookiesDelete, NothingIsDeletedWhenTheKeepListCouldNotBeRead) {
+    Harness h(platform::Layout::MacOS, "this is not a property list");
+    ASSERT_FALSE(h.cookies->cookieDeletesAllowed());
+    writeBytes(h.cookieFile(), write(cookieFile({{cookie("a.example", "1")}})));
+    ageFile(h.cookieFile());
+    const auto before = stamp(h.cookieFile());
+    h.cleaner->deleteSafariCookies();
+    EXPECT_EQ(stamp(h.cookieFile()), before);
+    EXPECT_EQ(h.logLines("Safari cookies were not deleted").size(), 1u);
+}
+
+TEST(SafariCookiesDelete, CorruptedFilesAreNeverRewritten) {
+    Harness h;
+    const auto base = write(
+        cookieFile({{cookie("a.example", "1"), unusual("b.example")}, {cookie("c.example", "2")}}));
+    std::mt19937 rng(99);
+    int readable = 0, unreadable = 0;
+    for (int round = 0; round < 120; ++round) {
+        auto bytes = base;
+        for (unsigned n = 1 + rng() % 4; n > 0; --n)
+            bytes[rng() % bytes.size()] = static_cast<std::uint8_t>(rng());
+        if (rng() % 3 == 0)
+            bytes.resize(rng() % bytes.size());
+        writeBytes(h.cookieFile(), bytes);
+        ageFile(h.cookieFile());
+        const auto before = stamp(h.cookieFile());
+        const bool isReadable = read(bytes).has_value();
+        h.cleaner->countSafariCookies();
+        h.cleaner->deleteSafariCookies();
+        if (isReadable) {
+            ++readable;
+            EXPECT_TRUE(read(readBytes(h.cookieFile()))) << "round " << round;
+        } else {
+            ++unreadable;
+            EXPECT_EQ(stamp(h.cookieFile()), before) << "round " << round;
+        }
+    }
+    EXPECT_GT(readable, 0);
+    EXPECT_GT(unreadable, 0);
+}
+
+// --- The delete list --------------------------------------------------------------------------
+
+TEST(SafariCookiesList, TheRefreshListsEveryDomainOnceWithoutDotsAndNotTheKeptOnes) {
+    Harness h;
+    h.cookies->keep(CookieBrowser::Safari, "kept.example");
+    writeBytes(h.cookieFile(),
+               write(cookieFile({{cookie(".b.example", "1"), cookie("b.example", "2")},
+                                 {cookie("kept.example", "3"), cookie("A.example", "4")}})));
+    writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("..c.example", "5")}})));
+    h.cleaner->refreshSafariCookiesList();
+    EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Safari),
+              (std::vector<std::string>{"A.example", "b.example", "c.example"}));
+}
+
+TEST(SafariCookiesList, AfterADeleteOnlyWhatTheFilesStillHoldIsListed) {
+    Harness h;
+    writeBytes(h.cookieFile(), write(cookieFile({{cookie("a.example", "1")}})));
+    h.cleaner->refreshSafariCookiesList();
+    ASSERT_EQ(h.cookies->disAllowed(CookieBrowser::Safari), std::vector<std::string>{"a.example"});
+    h.cookies->keep(CookieBrowser::Safari, "a.example");
+    writeBytes(h.cookieFile(),
+               write(cookieFile({{cookie("a.example", "1"), cookie(".z.example", "2")}})));
+    h.cleaner->refreshSafariCookiesList();
+    ASSERT_EQ(h.cookies->disAllowed(CookieBrowser::Safari), std::vector<std::string>{"z.example"});
+
+    h.cleaner->deleteSafariCookies();
+
+    EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Safari).empty());
+    EXPECT_EQ(h.cookies->allowed(CookieBrowser::Safari), std::vector<std::string>{"a.example"});
+    EXPECT_EQ(domainsIn(readCookies(h.cookieFile())), std::vector<std::string>{"a.example"});
+}
+
+} // namespace
+} // namespace tpc::browsers::safari::sftest
