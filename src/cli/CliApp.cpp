@@ -37,6 +37,7 @@ int run(int argc, char** argv) {
     addSettingsCommands(app, chosen);
     addEraseCommand(app, chosen);
     addBrowserCommands(app, chosen);
+    addScanCleanCommands(app, chosen);
 
     try {
         app.parse(argc, argv);

@@ -17,5 +17,7 @@ void addSettingsCommands(CLI::App& app, Handler& chosen);
 void addEraseCommand(CLI::App& app, Handler& chosen);
 // `count BROWSER ITEM`, `delete BROWSER ITEM`, `cookies BROWSER list|keep|unkeep`.
 void addBrowserCommands(CLI::App& app, Handler& chosen);
+// `scan CATEGORY`, `clean CATEGORY [--item PATH]... [--all]`.
+void addScanCleanCommands(CLI::App& app, Handler& chosen);
 
 } // namespace tpc::cli

@@ -26,7 +26,9 @@ AppDelegate::AppDelegate(AppServices services)
       deleter_(deleterEnv()), cookies_(settings_, services.log),
       browsers_(std::make_unique<browsers::BrowserCleaners>(
           browsers::CleanerEnv{services.platform, deleter_, cookies_, services.log})),
-      tasks_(std::make_unique<TaskRunner>(ctx_)) {}
+      tasks_(std::make_unique<TaskRunner>(ctx_)),
+      browserDriver_(
+          std::make_unique<browsers::BrowserDriver>(ctx_, *tasks_, *browsers_, cookies_)) {}
 
 erase::DeleterEnv AppDelegate::deleterEnv() {
     return erase::DeleterEnv{flags_.abortCleaningFlag(),
@@ -56,6 +58,7 @@ void AppDelegate::startUp(const StartupOptions& options) {
     //  d. Status item: the desktop application's, set up by its front end.
     //  e. Presets, then the eraser list, browser catalogue, application list and system list.
     presets_.loadPresets();
+    browserDriver_->populateBrowserData();
     //  f. Interface state read from the settings (login-item box, deletion choice, sleep boxes):
     //     the desktop application reads general() and loginItemExists() when it builds its pages.
     //  g. Page widgets: the desktop application.
@@ -71,6 +74,10 @@ void AppDelegate::startUp(const StartupOptions& options) {
         promptForUIElementsEnabling();
         services_.frontend.ui("showMainWindow");
     }
+}
+
+std::vector<CategoryEngine*> AppDelegate::categories() {
+    return {browserDriver_.get()};
 }
 
 bool AppDelegate::loginItemExists() {

@@ -4,7 +4,9 @@
 // ends drive the engine through one AppDelegate.
 
 #include "browsers/BrowserCleaners.h"
+#include "browsers/BrowserDriver.h"
 #include "browsers/CookieLists.h"
+#include "core/CategoryEngine.h"
 #include "core/Context.h"
 #include "core/GeneralPrefs.h"
 #include "core/Settings.h"
@@ -20,6 +22,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tpc::platform {
 struct SystemVersion;
@@ -71,6 +74,9 @@ public:
     erase::HelperClient& helper() { return helper_; }
     browsers::CookieLists& cookies() { return cookies_; }
     browsers::BrowserCleaners& browsers() { return *browsers_; }
+    browsers::BrowserDriver& browserDriver() { return *browserDriver_; }
+    // Every cleaning category, as the pages and `tpc scan|clean` reach them by name().
+    std::vector<CategoryEngine*> categories();
 
     // Start at login.
     bool loginItemExists();
@@ -108,6 +114,7 @@ private:
     browsers::CookieLists cookies_;
     std::unique_ptr<browsers::BrowserCleaners> browsers_;
     std::unique_ptr<TaskRunner> tasks_;
+    std::unique_ptr<browsers::BrowserDriver> browserDriver_;
     std::atomic<bool> terminatingApp_{false};
 };
 

@@ -1,10 +1,12 @@
 #include "ui/UiApp.h"
 
+#include "browsers/BrowserDriver.h"
 #include "core/AppDelegate.h"
 #include "core/Clock.h"
 #include "core/SystemLog.h"
 #include "core/ThreadGroup.h"
 #include "platform/Platform.h"
+#include "ui/BrowsersPage.h"
 #include "ui/MainWindow.h"
 #include "ui/PreferencesPage.h"
 #include "ui/ProgressSheet.h"
@@ -128,6 +130,11 @@ public:
         // Interface state read from the settings, once they are loaded.
         prefs_ = new PreferencesPage(app_);
         window_.setPageContent("14", prefs_);
+        // The Browsers page: opening it points the Clean button at the browser clean and scans.
+        auto* browsersPage = new BrowsersPage(app_);
+        browsersPage->attach(window_);
+        app_.browserDriver().hooks = browsersPage->hooks();
+        frontend_.registerButton("buttonBrowsersScan", browsersPage->scanButton());
         frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
             if (action == "loginItemCheckBox" && prefs_)
                 prefs_->setLoginItemChecked(detail.toBool());

@@ -1,0 +1,207 @@
+#include "ui/BrowsersPage.h"
+
+#include "browsers/BrowserDriver.h"
+#include "core/AppDelegate.h"
+#include "ui/CheckListModel.h"
+#include "ui/CheckListPanel.h"
+#include "ui/CookieListsPanel.h"
+#include "ui/MainWindow.h"
+#include "ui/MasterCheckBox.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace tpc::ui {
+
+namespace {
+
+const char* const kPageId = "3";
+constexpr int kTabTopMargin = 10;
+
+const char* const kStyleSheet = R"(
+QTabWidget::pane { border: none; }
+QTabBar { qproperty-drawBase: 0; }
+QTabBar::tab {
+    background: transparent; color: #52606d; padding: 6px 14px; margin-right: 4px;
+    border: none; border-bottom: 2px solid transparent;
+}
+QTabBar::tab:selected { color: #1f2933; border-bottom: 2px solid #2f6fb5; font-weight: 600; }
+QTabBar::tab:hover:!selected { color: #2f6fb5; }
+QPushButton#scanButton {
+    background: #ffffff; color: #2f6fb5; border: 1px solid #2f6fb5; border-radius: 6px;
+    padding: 4px 18px; font-weight: 600;
+}
+QPushButton#scanButton:hover { background: #eef4fb; }
+QPushButton#scanButton:pressed { background: #dbe8f6; }
+QPushButton#scanButton:disabled { color: #a9b4c0; border-color: #c5ced8; }
+)";
+
+} // namespace
+
+BrowsersPage::BrowsersPage(core::AppDelegate& app, QWidget* parent)
+    : QWidget(parent), app_(app), driver_(app.browserDriver()) {
+    setStyleSheet(QString::fromLatin1(kStyleSheet));
+
+    scanButton_ = new QPushButton(QStringLiteral("Scan"), this);
+    scanButton_->setObjectName(QStringLiteral("scanButton"));
+    scanButton_->setToolTip(QStringLiteral("Measure what the marked items hold"));
+    connect(scanButton_, &QPushButton::clicked, this,
+            [this] { driver_.buttonScanClicked(core::Sender::Button); });
+
+    cookies_ = new CookieListsPanel(app_);
+    tabs_ = new QTabWidget(this);
+    tabs_->setDocumentMode(true);
+    tabs_->addTab(buildListsTab(), QStringLiteral("Browsing data"));
+    auto* cookiesTab = new QWidget;
+    auto* cookiesLayout = new QVBoxLayout(cookiesTab);
+    cookiesLayout->setContentsMargins(0, kTabTopMargin, 0, 0);
+    cookiesLayout->addWidget(cookies_);
+    tabs_->addTab(cookiesTab, QStringLiteral("Cookies"));
+    auto* corner = new QWidget(tabs_);
+    auto* cornerLayout = new QHBoxLayout(corner);
+    cornerLayout->setContentsMargins(0, 0, 0, 4);
+    cornerLayout->addWidget(scanButton_);
+    tabs_->setCornerWidget(corner, Qt::TopRightCorner);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(tabs_);
+
+    wireMainList();
+    wireSubList();
+    reloadLists();
+    selectFirstBrowserIfNone();
+}
+
+QWidget* BrowsersPage::buildListsTab() {
+    auto* tab = new QWidget;
+    mainList_ = new CheckListPanel(QStringLiteral("Browsers"), tab);
+    subList_ = new CheckListPanel(QStringLiteral("Items"), tab);
+    auto* row = new QHBoxLayout(tab);
+    row->setContentsMargins(0, kTabTopMargin, 0, 0);
+    row->setSpacing(12);
+    row->addWidget(mainList_, 5);
+    row->addWidget(subList_, 6);
+    return tab;
+}
+
+void BrowsersPage::wireMainList() {
+    mainList_->onMasterClicked = [this](core::CheckState shown) {
+        driver_.browserMainListCheckBoxButtonClicked(shown);
+        reloadLists();
+    };
+    mainList_->onMarkToggled = [this](int, bool) {
+        mainList_->showMasterState(driver_.reflectMarkStatusInBrowserMainList());
+        enableOrDisableCleanButton();
+    };
+    mainList_->onSortChosen = [this](core::SortChoice choice) {
+        driver_.browserMainListPopUpButtonClicked(choice);
+        reloadLists();
+    };
+    mainList_->onSelectionChanged = [this](int row) {
+        driver_.selectMainRow(row);
+        showSubList();
+    };
+}
+
+void BrowsersPage::wireSubList() {
+    subList_->onMasterClicked = [this](core::CheckState shown) {
+        driver_.browserSubListCheckBoxButtonClicked(shown);
+        showSubList();
+    };
+    subList_->onMarkToggled = [this](int, bool) {
+        subList_->showMasterState(driver_.reflectMarkStatusInBrowserSubList());
+    };
+    subList_->onSortChosen = [this](core::SortChoice choice) {
+        driver_.browserSubListPopUpButtonClicked(choice);
+        showSubList();
+    };
+}
+
+void BrowsersPage::showSubList() {
+    const bool selected = driver_.selectedMainRow() >= 0;
+    subList_->reload(driver_.subList());
+    subList_->showMasterState(driver_.reflectMarkStatusInBrowserSubList());
+    subList_->showSort(core::currentSort(driver_.subList()));
+    // Marking all and sorting need a browser whose items are shown.
+    subList_->masterBox()->setEnabled(selected);
+    subList_->sortPopUp()->setEnabled(selected);
+}
+
+void BrowsersPage::attach(MainWindow& window) {
+    window_ = &window;
+    window.setPageContent(kPageId, this);
+    QPointer<BrowsersPage> self(this);
+    window.onPageOpened[kPageId] = [self] {
+        if (self)
+            self->pageOpened();
+    };
+}
+
+core::PageHooks BrowsersPage::hooks() {
+    QPointer<BrowsersPage> self(this);
+    auto enable = [self](bool on) {
+        return [self, on] {
+            if (self)
+                self->setControlsEnabled(on);
+        };
+    };
+    core::PageHooks h;
+    h.disableForScan = enable(false);
+    h.enableAfterScan = enable(true);
+    h.disableForClean = enable(false);
+    h.enableAfterClean = enable(true);
+    h.reloadLists = [self] {
+        if (self)
+            self->reloadLists();
+    };
+    return h;
+}
+
+void BrowsersPage::pageOpened() {
+    if (QPushButton* clean = cleanButton())
+        connect(clean, &QPushButton::clicked, this,
+                [this] { driver_.buttonCleanClicked(core::Sender::Button); });
+    cookies_->reloadBrowsers();
+    selectFirstBrowserIfNone();
+    driver_.buttonScanClicked(core::Sender::Button);
+}
+
+void BrowsersPage::selectFirstBrowserIfNone() {
+    if (driver_.selectedMainRow() < 0 && mainList_->model()->rowCount() > 0)
+        mainList_->selectRow(0);
+}
+
+void BrowsersPage::reloadLists() {
+    mainList_->reload(driver_.list(), driver_.selectedMainRow());
+    mainList_->showMasterState(driver_.reflectMarkStatusInBrowserMainList());
+    mainList_->showSort(driver_.reflectPopUpButtonTitleInBrowsersMainList());
+    showSubList();
+    cookies_->reloadBrowsers();
+    enableOrDisableCleanButton();
+}
+
+void BrowsersPage::setControlsEnabled(bool enabled) {
+    controlsEnabled_ = enabled;
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{mainList_, subList_, cookies_, scanButton_})
+        control->setEnabled(enabled);
+    enableOrDisableCleanButton();
+}
+
+void BrowsersPage::enableOrDisableCleanButton() {
+    if (QPushButton* clean = cleanButton())
+        clean->setEnabled(controlsEnabled_ && driver_.enableOrDisableBrowserScanAndCleanButton());
+}
+
+QPushButton* BrowsersPage::cleanButton() const {
+    // The shared button is this page's only while this page is the one last opened.
+    if (!window_ || window_->lastTabID() != QLatin1String(kPageId))
+        return nullptr;
+    return window_->cleanButton();
+}
+
+} // namespace tpc::ui
