@@ -1,5 +1,7 @@
 #include "browsers/BrowserCleaners.h"
 
+#include "browsers/ItemTable.h"
+
 #include "browsers/chrome/ChromeCleaner.h"
 #include "browsers/firefox/FirefoxCleaner.h"
 #include "browsers/opera/OperaCleaner.h"
@@ -10,13 +12,7 @@ namespace tpc::browsers {
 namespace {
 
 // Firefox's items and their operations, in catalogue order.
-struct FirefoxItem {
-    const char* description;
-    CountPair (FirefoxCleaner::*count)();
-    void (FirefoxCleaner::*remove)();
-};
-
-const FirefoxItem kFirefoxItems[] = {
+const ItemOperations<FirefoxCleaner> kFirefoxItems[] = {
     {"Internet History", &FirefoxCleaner::countFirefoxInternetHistory,
      &FirefoxCleaner::deleteFirefoxInternetHistory},
     {"Internet Cache", &FirefoxCleaner::countFirefoxInternetCaches,
@@ -36,12 +32,7 @@ const FirefoxItem kFirefoxItems[] = {
     {"Auto Quit Firefox", nullptr, &FirefoxCleaner::quitFirefox},
 };
 
-const FirefoxItem* findFirefoxItem(const std::string& description) {
-    for (const auto& item : kFirefoxItems)
-        if (description == item.description)
-            return &item;
-    return nullptr;
-}
+const ItemTable<FirefoxCleaner> kFirefoxTable(kFirefoxItems);
 
 BrowserEntry chromeEntry(const std::string& name, platform::Browser browser,
                          ChromeCleaner& cleaner) {
@@ -88,20 +79,12 @@ BrowserCleaners::BrowserCleaners(CleanerEnv env)
     }
 
     BrowserEntry ff{"Firefox", platform::Browser::Firefox, CookieBrowser::Firefox, {}, {}, {}, {}};
-    for (const auto& item : kFirefoxItems)
-        ff.items.emplace_back(item.description);
-    ff.countItem = [this](const std::string& d) -> std::optional<CountPair> {
-        const auto* item = findFirefoxItem(d);
-        if (!item || !item->count)
-            return std::nullopt;
-        return (firefox_.get()->*item->count)();
+    ff.items = kFirefoxTable.descriptions();
+    ff.countItem = [this](const std::string& d) {
+        return kFirefoxTable.count(*firefox_, d);
     };
     ff.deleteItem = [this](const std::string& d) {
-        const auto* item = findFirefoxItem(d);
-        if (!item)
-            return false;
-        (firefox_.get()->*item->remove)();
-        return true;
+        return kFirefoxTable.remove(*firefox_, d);
     };
     ff.refreshCookies = [this] {
         firefox_->refreshFirefoxCookiesList();

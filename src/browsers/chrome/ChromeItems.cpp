@@ -1,18 +1,13 @@
 // The Chrome rows of the browser catalogue, by "Description", and their operations.
 
+#include "browsers/ItemTable.h"
 #include "browsers/chrome/ChromeCleaner.h"
 
 namespace tpc::browsers {
 
 namespace {
 
-struct ChromeItem {
-    const char* description;
-    CountPair (ChromeCleaner::*count)();
-    void (ChromeCleaner::*remove)();
-};
-
-const ChromeItem kItems[] = {
+const ItemOperations<ChromeCleaner> kItems[] = {
     {"Internet History", &ChromeCleaner::countChromeHistory, &ChromeCleaner::deleteChromeHistory},
     {"Internet Cache", &ChromeCleaner::countChromeCaches, &ChromeCleaner::deleteChromeCaches},
     {"Cookies", &ChromeCleaner::countChromeCookies, &ChromeCleaner::deleteChromeCookies},
@@ -32,40 +27,24 @@ const ChromeItem kItems[] = {
     {"Auto Quit Chrome", nullptr, &ChromeCleaner::quitChrome},
 };
 
-const ChromeItem* findItem(const std::string& description) {
-    for (const auto& item : kItems)
-        if (description == item.description)
-            return &item;
-    if (description == "Auto Quit Chromium")
-        return &kItems[std::size(kItems) - 1];
-    return nullptr;
-}
+// Chromium's auto-quit row carries its own name.
+const std::pair<const char*, const char*> kAliases[] = {{"Auto Quit Chromium", "Auto Quit Chrome"}};
+
+const ItemTable<ChromeCleaner> kTable(kItems, {}, kAliases);
 
 } // namespace
 
 const std::vector<std::string>& ChromeCleaner::itemDescriptions() {
-    static const std::vector<std::string> descriptions = [] {
-        std::vector<std::string> names;
-        for (const auto& item : kItems)
-            names.push_back(item.description);
-        return names;
-    }();
+    static const std::vector<std::string> descriptions = kTable.descriptions();
     return descriptions;
 }
 
 std::optional<CountPair> ChromeCleaner::countItem(const std::string& description) {
-    const auto* item = findItem(description);
-    if (!item || !item->count)
-        return std::nullopt;
-    return (this->*item->count)();
+    return kTable.count(*this, description);
 }
 
 bool ChromeCleaner::deleteItem(const std::string& description) {
-    const auto* item = findItem(description);
-    if (!item)
-        return false;
-    (this->*item->remove)();
-    return true;
+    return kTable.remove(*this, description);
 }
 
 } // namespace tpc::browsers

@@ -1,19 +1,14 @@
 // The Opera rows of the browser catalogue, by "Description", and their operations.
 
+#include "browsers/ItemTable.h"
 #include "browsers/opera/OperaCleaner.h"
 
 namespace tpc::browsers {
 
 namespace {
 
-struct OperaItem {
-    const char* description;
-    CountPair (OperaCleaner::*count)();
-    void (OperaCleaner::*remove)();
-};
-
 // The catalogue rows in order; "Site Preferences" is wired although no Opera row has it.
-const OperaItem kItems[] = {
+const ItemOperations<OperaCleaner> kItems[] = {
     {"Internet History", &OperaCleaner::countOperaInternetHistory,
      &OperaCleaner::deleteOperaInternetHistory},
     {"Internet Cache", &OperaCleaner::countOperaInternetCaches,
@@ -31,43 +26,24 @@ const OperaItem kItems[] = {
     {"Auto Quit Opera", nullptr, &OperaCleaner::quitOpera},
 };
 
-const OperaItem kSitePreferences{"Site Preferences", &OperaCleaner::countOperaSitePrefs,
-                                 &OperaCleaner::deleteOperaSitePrefs};
+const ItemOperations<OperaCleaner> kSitePreferences[] = {
+    {"Site Preferences", &OperaCleaner::countOperaSitePrefs, &OperaCleaner::deleteOperaSitePrefs}};
 
-const OperaItem* findItem(const std::string& description) {
-    for (const auto& item : kItems)
-        if (description == item.description)
-            return &item;
-    if (description == kSitePreferences.description)
-        return &kSitePreferences;
-    return nullptr;
-}
+const ItemTable<OperaCleaner> kTable(kItems, kSitePreferences);
 
 } // namespace
 
 const std::vector<std::string>& OperaCleaner::itemDescriptions() {
-    static const std::vector<std::string> descriptions = [] {
-        std::vector<std::string> names;
-        for (const auto& item : kItems)
-            names.push_back(item.description);
-        return names;
-    }();
+    static const std::vector<std::string> descriptions = kTable.descriptions();
     return descriptions;
 }
 
 std::optional<CountPair> OperaCleaner::countItem(const std::string& description) {
-    const auto* item = findItem(description);
-    if (!item || !item->count)
-        return std::nullopt;
-    return (this->*item->count)();
+    return kTable.count(*this, description);
 }
 
 bool OperaCleaner::deleteItem(const std::string& description) {
-    const auto* item = findItem(description);
-    if (!item)
-        return false;
-    (this->*item->remove)();
-    return true;
+    return kTable.remove(*this, description);
 }
 
 } // namespace tpc::browsers

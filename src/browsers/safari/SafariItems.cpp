@@ -1,18 +1,13 @@
 // The Safari rows of the browser catalogue, by "Description", and their operations.
 
+#include "browsers/ItemTable.h"
 #include "browsers/safari/SafariCleaner.h"
 
 namespace tpc::browsers {
 
 namespace {
 
-struct SafariItem {
-    const char* description;
-    CountPair (SafariCleaner::*count)();
-    void (SafariCleaner::*remove)();
-};
-
-const SafariItem kItems[] = {
+const ItemOperations<SafariCleaner> kItems[] = {
     {"Internet History", &SafariCleaner::countSafariHistory, &SafariCleaner::deleteSafariHistory},
     {"Internet Cache", &SafariCleaner::countSafariCaches, &SafariCleaner::deleteSafariCaches},
     {"Cookies", &SafariCleaner::countSafariCookies, &SafariCleaner::deleteSafariCookies},
@@ -21,38 +16,21 @@ const SafariItem kItems[] = {
     {"Auto Quit Safari", nullptr, &SafariCleaner::quitSafari},
 };
 
-const SafariItem* findItem(const std::string& description) {
-    for (const auto& item : kItems)
-        if (description == item.description)
-            return &item;
-    return nullptr;
-}
+const ItemTable<SafariCleaner> kTable(kItems);
 
 } // namespace
 
 const std::vector<std::string>& SafariCleaner::itemDescriptions() {
-    static const std::vector<std::string> descriptions = [] {
-        std::vector<std::string> names;
-        for (const auto& item : kItems)
-            names.push_back(item.description);
-        return names;
-    }();
+    static const std::vector<std::string> descriptions = kTable.descriptions();
     return descriptions;
 }
 
 std::optional<CountPair> SafariCleaner::countItem(const std::string& description) {
-    const auto* item = findItem(description);
-    if (!item || !item->count)
-        return std::nullopt;
-    return (this->*item->count)();
+    return kTable.count(*this, description);
 }
 
 bool SafariCleaner::deleteItem(const std::string& description) {
-    const auto* item = findItem(description);
-    if (!item)
-        return false;
-    (this->*item->remove)();
-    return true;
+    return kTable.remove(*this, description);
 }
 
 } // namespace tpc::browsers
