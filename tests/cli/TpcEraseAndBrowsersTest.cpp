@@ -7,29 +7,6 @@
 namespace tpc::test {
 namespace {
 
-void sql(const fs::path& db, const std::string& text) {
-    sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open(db.c_str(), &handle), SQLITE_OK);
-    char* error = nullptr;
-    EXPECT_EQ(sqlite3_exec(handle, text.c_str(), nullptr, nullptr, &error), SQLITE_OK)
-        << (error ? error : "");
-    sqlite3_free(error);
-    sqlite3_close(handle);
-}
-
-std::vector<std::string> hosts(const fs::path& db) {
-    std::vector<std::string> out;
-    sqlite3* handle = nullptr;
-    sqlite3_open(db.c_str(), &handle);
-    sqlite3_stmt* st = nullptr;
-    sqlite3_prepare_v2(handle, "SELECT host FROM moz_cookies ORDER BY host", -1, &st, nullptr);
-    while (sqlite3_step(st) == SQLITE_ROW)
-        out.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
-    sqlite3_finalize(st);
-    sqlite3_close(handle);
-    return out;
-}
-
 class TpcBrowsers : public Tpc {
 protected:
     fs::path profile = home / ".mozilla/firefox/abcd.default-release";
@@ -41,14 +18,15 @@ protected:
                   "[Profile0]\nName=default-release\nIsRelative=1\nPath=abcd.default-release\n"
                   "Default=1\n");
         fs::create_directories(profile);
-        sql(cookies, "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, originAttributes TEXT NOT "
-                     "NULL DEFAULT '', name TEXT, value TEXT, host TEXT, path TEXT, expiry "
-                     "INTEGER, lastAccessed INTEGER, creationTime INTEGER, isSecure INTEGER, "
-                     "isHttpOnly INTEGER, inBrowserElement INTEGER DEFAULT 0, sameSite INTEGER "
-                     "DEFAULT 0, rawSameSite INTEGER DEFAULT 0, schemeMap INTEGER DEFAULT 0);"
-                     "INSERT INTO moz_cookies(name, value, host, path) VALUES ('a', '1', "
-                     "'.example.com', '/'), ('b', '2', 'it''s.example', '/'), ('c', '3', "
-                     "'keep.org', '/');");
+        sqlExec(cookies,
+                "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, originAttributes TEXT NOT "
+                "NULL DEFAULT '', name TEXT, value TEXT, host TEXT, path TEXT, expiry "
+                "INTEGER, lastAccessed INTEGER, creationTime INTEGER, isSecure INTEGER, "
+                "isHttpOnly INTEGER, inBrowserElement INTEGER DEFAULT 0, sameSite INTEGER "
+                "DEFAULT 0, rawSameSite INTEGER DEFAULT 0, schemeMap INTEGER DEFAULT 0);"
+                "INSERT INTO moz_cookies(name, value, host, path) VALUES ('a', '1', "
+                "'.example.com', '/'), ('b', '2', 'it''s.example', '/'), ('c', '3', "
+                "'keep.org', '/');");
     }
 
     Result linux(std::vector<std::string> args) {
@@ -70,7 +48,7 @@ TEST_F(TpcBrowsers, CountKeepAndDeleteCookiesThroughTheCommandLine) {
 
     auto deleted = linux({"delete", "Firefox", "Cookies"});
     ASSERT_EQ(deleted.code, 0) << deleted.err;
-    EXPECT_EQ(hosts(cookies), std::vector<std::string>{"keep.org"});
+    EXPECT_EQ(hostsIn(cookies), std::vector<std::string>{"keep.org"});
 
     auto after = nlohmann::json::parse(linux({"cookies", "Firefox", "list", "--json"}).out);
     EXPECT_TRUE(after["delete"].empty());
@@ -84,7 +62,7 @@ TEST_F(TpcBrowsers, UnknownBrowsersAndItemsAreBadInput) {
     EXPECT_NE(r.err.find("Internet History"), std::string::npos);
     EXPECT_EQ(linux({"count", "Firefox", "Auto Quit Firefox"}).code, 2);
     EXPECT_EQ(linux({"cookies", "Firefox", "keep", "..."}).code, 2);
-    EXPECT_EQ(hosts(cookies).size(), 3u);
+    EXPECT_EQ(hostsIn(cookies).size(), 3u);
 }
 
 TEST_F(Tpc, EraseOverwritesAndRemovesAndRefusesMissingPaths) {

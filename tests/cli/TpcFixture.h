@@ -4,6 +4,7 @@
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -62,5 +63,31 @@ protected:
         return home / "Library/Application Support/Tavrin Software/Tavrin Privacy Cleaner";
     }
 };
+
+// Runs SQL on a database file (created with its folders when missing).
+inline void sqlExec(const fs::path& db, const std::string& text) {
+    fs::create_directories(db.parent_path());
+    sqlite3* handle = nullptr;
+    ASSERT_EQ(sqlite3_open(db.c_str(), &handle), SQLITE_OK);
+    char* error = nullptr;
+    EXPECT_EQ(sqlite3_exec(handle, text.c_str(), nullptr, nullptr, &error), SQLITE_OK)
+        << (error ? error : "");
+    sqlite3_free(error);
+    sqlite3_close(handle);
+}
+
+// The hosts of a Firefox cookie store, sorted.
+inline std::vector<std::string> hostsIn(const fs::path& db) {
+    std::vector<std::string> out;
+    sqlite3* handle = nullptr;
+    sqlite3_open(db.c_str(), &handle);
+    sqlite3_stmt* st = nullptr;
+    sqlite3_prepare_v2(handle, "SELECT host FROM moz_cookies ORDER BY host", -1, &st, nullptr);
+    while (sqlite3_step(st) == SQLITE_ROW)
+        out.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
+    sqlite3_finalize(st);
+    sqlite3_close(handle);
+    return out;
+}
 
 } // namespace tpc::test

@@ -13,30 +13,6 @@ namespace {
 
 using nlohmann::json;
 
-void sqlExec(const fs::path& db, const std::string& text) {
-    fs::create_directories(db.parent_path());
-    sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open(db.c_str(), &handle), SQLITE_OK);
-    char* error = nullptr;
-    EXPECT_EQ(sqlite3_exec(handle, text.c_str(), nullptr, nullptr, &error), SQLITE_OK)
-        << (error ? error : "");
-    sqlite3_free(error);
-    sqlite3_close(handle);
-}
-
-std::vector<std::string> hostsIn(const fs::path& db) {
-    std::vector<std::string> out;
-    sqlite3* handle = nullptr;
-    sqlite3_open(db.c_str(), &handle);
-    sqlite3_stmt* st = nullptr;
-    sqlite3_prepare_v2(handle, "SELECT host FROM moz_cookies ORDER BY host", -1, &st, nullptr);
-    while (sqlite3_step(st) == SQLITE_ROW)
-        out.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
-    sqlite3_finalize(st);
-    sqlite3_close(handle);
-    return out;
-}
-
 std::vector<json> traceLines(const fs::path& file) {
     std::vector<json> out;
     std::ifstream in(file);
