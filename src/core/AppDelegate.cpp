@@ -67,7 +67,8 @@ void AppDelegate::startUp(const StartupOptions& options) {
     firstRun(!options.headless);
     //  j. Progress indicator and result line reset: the desktop application's initial state.
     //  k. The selected preset is sized once.
-    //  l. The erase pattern blocks.
+    //  l. The erase pattern blocks, made once for the life of the process.
+    erase::PatternBlocks::shared();
     //  m. Window to the front, the UI-scripting prompt, then the window shown.
     if (!options.headless) {
         services_.frontend.bringMainWindowToFront();
