@@ -133,7 +133,21 @@ public:
         // The Browsers page: opening it points the Clean button at the browser clean and scans.
         auto* browsersPage = new BrowsersPage(app_);
         browsersPage->attach(window_);
-        app_.browserDriver().hooks = browsersPage->hooks();
+        // The deletion choice is read by the cleaning worker: it stays still while a clean runs.
+        auto hooks = browsersPage->hooks();
+        hooks.disableForClean = [this, inner = hooks.disableForClean] {
+            if (inner)
+                inner();
+            if (prefs_)
+                prefs_->setEnabled(false);
+        };
+        hooks.enableAfterClean = [this, inner = hooks.enableAfterClean] {
+            if (inner)
+                inner();
+            if (prefs_)
+                prefs_->setEnabled(true);
+        };
+        app_.browserDriver().hooks = hooks;
         frontend_.registerButton("buttonBrowsersScan", browsersPage->scanButton());
         frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
             if (action == "loginItemCheckBox" && prefs_)
