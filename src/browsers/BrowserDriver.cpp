@@ -156,6 +156,21 @@ void BrowserDriver::buttonCleanClicked(core::Sender sender) {
 
 // ---- Workers ----
 
+// "Done..." at the maximum, then " " at 0, then the bar hidden.
+void BrowserDriver::closeBar(std::uint64_t maximum) {
+    ProgressMessage done;
+    done.doubleValue = maximum;
+    done.status = "Done...";
+    progress(done);
+    ProgressMessage blank;
+    blank.doubleValue = 0;
+    blank.status = " ";
+    progress(blank);
+    ProgressMessage hide;
+    hide.hideUnhide = 0;
+    progress(hide);
+}
+
 void BrowserDriver::progress(const ProgressMessage& message) {
     ctx_.mainThread.invoke([this, &message] {
         bar_.apply(message);
@@ -255,17 +270,7 @@ bool BrowserDriver::scan(const TaskSpec& task, bool ownsBar) {
             cookies_.save();
     });
     if (ownsBar) {
-        ProgressMessage done;
-        done.doubleValue = maximum;
-        done.status = "Done...";
-        progress(done);
-        ProgressMessage blank;
-        blank.doubleValue = 0;
-        blank.status = " ";
-        progress(blank);
-        ProgressMessage hide;
-        hide.hideUnhide = 0;
-        progress(hide);
+        closeBar(maximum);
         main.invoke([this, &task, &ui, &flags, totalSize, totalCount] {
             ui.endProgressWindow();
             ui.stopAnimating();
@@ -346,17 +351,7 @@ void BrowserDriver::cleanBrowsers() {
     if (!scan(task, false))
         return;
 
-    ProgressMessage done;
-    done.doubleValue = maximum;
-    done.status = "Done...";
-    progress(done);
-    ProgressMessage blank;
-    blank.doubleValue = 0;
-    blank.status = " ";
-    progress(blank);
-    ProgressMessage hide;
-    hide.hideUnhide = 0;
-    progress(hide);
+    closeBar(maximum);
     main.invoke([this, &ui] {
         if (cookies_.dict())
             cookies_.save();

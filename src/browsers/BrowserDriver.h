@@ -99,6 +99,7 @@ private:
     bool scan(const core::TaskSpec& task, bool ownsBar);
     // Sends a progress message on the main thread (waiting) and follows it in the bar mirror.
     void progress(const core::ProgressMessage& message);
+    void closeBar(std::uint64_t maximum);
     // An abort check point: true when the task was aborted and wound down.
     bool aborted(const core::TaskSpec& task);
     // Calls a page hook, or, without one, tells the front end by the operation's name.

@@ -11,6 +11,7 @@
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
 #include "platform/Platform.h"
+#include "support/RecordingRunningApps.h"
 #include "support/TempDir.h"
 
 #include <atomic>
@@ -30,17 +31,6 @@ inline void PrintTo(const CountPair& pair, std::ostream* os) {
 namespace tpc::test {
 
 namespace fs = std::filesystem;
-
-// Records every terminate request.
-class RecordingRunningApps final : public platform::RunningApps {
-public:
-    bool isRunning(const std::string&) override { return false; }
-    int terminate(const std::string& bundleId) override {
-        terminated.push_back(bundleId);
-        return 1;
-    }
-    std::vector<std::string> terminated;
-};
 
 // A database file built or inspected directly through sqlite3.
 class Db {

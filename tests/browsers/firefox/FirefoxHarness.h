@@ -9,6 +9,8 @@
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
 #include "platform/Platform.h"
+#include "support/RecordingRunningApps.h"
+#include "support/Sql.h"
 #include "support/TempDir.h"
 
 #include <atomic>
@@ -24,19 +26,10 @@ namespace fs = std::filesystem;
 using tpc::test::readFile;
 using tpc::test::writeFile;
 
-class RecordingRunningApps final : public platform::RunningApps {
-public:
-    bool isRunning(const std::string& bundleId) override;
-    int terminate(const std::string& bundleId) override;
-    std::vector<std::string> terminated;
-};
-
-// Runs statements on a database (created when missing); fails the test on an SQL error.
-void exec(const fs::path& db, const std::string& sql);
-// The first column of the first row of `sql` as an integer.
-std::int64_t scalar(const fs::path& db, const std::string& sql);
-// Every row of `sql`, its columns joined by "|" (NULL as "NULL").
-std::vector<std::string> rows(const fs::path& db, const std::string& sql);
+using tpc::test::exec;
+using tpc::test::RecordingRunningApps;
+using tpc::test::rows;
+using tpc::test::scalar;
 
 // The CREATE TABLE statements Firefox writes.
 extern const char* const kCookiesSchema;

@@ -9,53 +9,6 @@
 
 namespace tpc::browsers::safari::sftest {
 
-bool RecordingRunningApps::isRunning(const std::string& bundleId) {
-    (void)bundleId;
-    return false;
-}
-
-int RecordingRunningApps::terminate(const std::string& bundleId) {
-    terminated.push_back(bundleId);
-    return 1;
-}
-
-namespace {
-
-struct Db {
-    explicit Db(const fs::path& path) {
-        if (sqlite3_open(path.c_str(), &db) != SQLITE_OK)
-            ADD_FAILURE() << "cannot open " << path;
-    }
-    ~Db() { sqlite3_close(db); }
-    sqlite3* db = nullptr;
-};
-
-} // namespace
-
-void exec(const fs::path& path, const std::string& sql) {
-    fs::create_directories(path.parent_path());
-    Db db(path);
-    char* error = nullptr;
-    if (sqlite3_exec(db.db, sql.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
-        ADD_FAILURE() << "SQL failed: " << (error ? error : "?") << "\n" << sql;
-        sqlite3_free(error);
-    }
-}
-
-std::int64_t scalar(const fs::path& path, const std::string& sql) {
-    Db db(path);
-    sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v2(db.db, sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK) {
-        ADD_FAILURE() << "cannot prepare " << sql << ": " << sqlite3_errmsg(db.db);
-        return -1;
-    }
-    std::int64_t value = -1;
-    if (sqlite3_step(stmt) == SQLITE_ROW)
-        value = sqlite3_column_int64(stmt, 0);
-    sqlite3_finalize(stmt);
-    return value;
-}
-
 const char* const kHistorySchema =
     "CREATE TABLE history_items (id INTEGER PRIMARY KEY AUTOINCREMENT, url TEXT NOT NULL "
     "UNIQUE, domain_expansion TEXT NULL, visit_count INTEGER NOT NULL, daily_visit_counts BLOB "

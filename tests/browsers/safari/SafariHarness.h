@@ -11,6 +11,8 @@
 #include "core/Value.h"
 #include "erase/Deleter.h"
 #include "platform/Platform.h"
+#include "support/RecordingRunningApps.h"
+#include "support/Sql.h"
 #include "support/TempDir.h"
 
 #include <atomic>
@@ -27,17 +29,9 @@ using tpc::test::readFile;
 using tpc::test::writeFile;
 using Bytes = std::vector<std::uint8_t>;
 
-class RecordingRunningApps final : public platform::RunningApps {
-public:
-    bool isRunning(const std::string& bundleId) override;
-    int terminate(const std::string& bundleId) override;
-    std::vector<std::string> terminated;
-};
-
-// Runs statements on a database (created when missing); fails the test on an SQL error.
-void exec(const fs::path& db, const std::string& sql);
-// The first column of the first row of `sql` as an integer (-1 without rows).
-std::int64_t scalar(const fs::path& db, const std::string& sql);
+using tpc::test::exec;
+using tpc::test::RecordingRunningApps;
+using tpc::test::scalar;
 
 // The CREATE TABLE statements of Safari's History.db.
 extern const char* const kHistorySchema;
