@@ -28,7 +28,20 @@ AppDelegate::AppDelegate(AppServices services)
           browsers::CleanerEnv{services.platform, deleter_, cookies_, services.log})),
       tasks_(std::make_unique<TaskRunner>(ctx_)),
       browserDriver_(
-          std::make_unique<browsers::BrowserDriver>(ctx_, *tasks_, *browsers_, cookies_)) {}
+          std::make_unique<browsers::BrowserDriver>(ctx_, *tasks_, *browsers_, cookies_)),
+      systemJunk_(std::make_unique<system::SystemJunk>(
+          services.platform, deleter_, services.log,
+          [this] {
+              services_.mainThread.post([this] { services_.frontend.bringMainWindowToFront(); });
+          })),
+      systemDriver_(std::make_unique<system::SystemDriver>(ctx_, *tasks_, *systemJunk_)),
+      appCatalogue_(std::make_unique<apps::AppCatalogue>(ctx_)),
+      appTraces_(std::make_unique<apps::AppTraces>(services.platform, deleter_, services.log)),
+      recentsDriver_(
+          std::make_unique<apps::RecentsDriver>(ctx_, *tasks_, *appCatalogue_, *appTraces_)),
+      eraserList_(std::make_unique<eraser::EraserList>(ctx_)),
+      eraserDriver_(std::make_unique<eraser::EraserDriver>(ctx_, *tasks_, *eraserList_, deleter_)) {
+}
 
 erase::DeleterEnv AppDelegate::deleterEnv() {
     return erase::DeleterEnv{flags_.abortCleaningFlag(),
@@ -58,13 +71,21 @@ void AppDelegate::startUp(const StartupOptions& options) {
     //  d. Status item: the desktop application's, set up by its front end.
     //  e. Presets, then the eraser list, browser catalogue, application list and system list.
     presets_.loadPresets();
+    eraserList_->loadShredder();
     browserDriver_->populateBrowserData();
+    recentsCreated_ = appCatalogue_->loadRecents();
+    systemDriver_->populateSystemData();
     //  f. Interface state read from the settings (login-item box, deletion choice, sleep boxes):
     //     the desktop application reads general() and loginItemExists() when it builds its pages.
     //  g. Page widgets: the desktop application.
     //  h. The default preset, then the marks and sort pop-ups of the lists.
     //  i. First-run defaults.
     firstRun(!options.headless);
+    // A newly made application list is filled once with the installed applications.
+    if (recentsCreated_) {
+        recentsCreated_ = false;
+        appCatalogue_->recentsFirstRunForAddingApps();
+    }
     //  j. Progress indicator and result line reset: the desktop application's initial state.
     //  k. The selected preset is sized once.
     //  l. The erase pattern blocks, made once for the life of the process.
@@ -78,7 +99,7 @@ void AppDelegate::startUp(const StartupOptions& options) {
 }
 
 std::vector<CategoryEngine*> AppDelegate::categories() {
-    return {browserDriver_.get()};
+    return {browserDriver_.get(), recentsDriver_.get(), systemDriver_.get(), eraserDriver_.get()};
 }
 
 bool AppDelegate::loginItemExists() {
@@ -104,7 +125,6 @@ void AppDelegate::firstRun(bool addLoginItem) {
         services_.frontend.ui("loginItemCheckBox", Value(true));
     }
     setFirstRunSchedules();
-    // The application list is filled with the installed applications here.
     if (addLoginItem)
         services_.frontend.ui("showMainWindow");
 }

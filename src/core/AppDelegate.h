@@ -3,6 +3,9 @@
 // order, runs first-start defaults and the UI-scripting prompt, and shuts down in order. Both front
 // ends drive the engine through one AppDelegate.
 
+#include "apps/AppCatalogue.h"
+#include "apps/AppTraces.h"
+#include "apps/RecentsDriver.h"
 #include "browsers/BrowserCleaners.h"
 #include "browsers/BrowserDriver.h"
 #include "browsers/CookieLists.h"
@@ -15,7 +18,11 @@
 #include "erase/Deleter.h"
 #include "erase/HelperClient.h"
 #include "erase/PkexecInstaller.h"
+#include "eraser/EraserDriver.h"
+#include "eraser/EraserList.h"
 #include "presets/PresetStore.h"
+#include "system/SystemDriver.h"
+#include "system/SystemJunk.h"
 
 #include <atomic>
 #include <functional>
@@ -75,6 +82,13 @@ public:
     browsers::CookieLists& cookies() { return cookies_; }
     browsers::BrowserCleaners& browsers() { return *browsers_; }
     browsers::BrowserDriver& browserDriver() { return *browserDriver_; }
+    system::SystemJunk& systemJunk() { return *systemJunk_; }
+    system::SystemDriver& systemDriver() { return *systemDriver_; }
+    apps::AppCatalogue& appCatalogue() { return *appCatalogue_; }
+    apps::AppTraces& appTraces() { return *appTraces_; }
+    apps::RecentsDriver& recentsDriver() { return *recentsDriver_; }
+    eraser::EraserList& eraserList() { return *eraserList_; }
+    eraser::EraserDriver& eraserDriver() { return *eraserDriver_; }
     // Every cleaning category, as the pages and `tpc scan|clean` reach them by name().
     std::vector<CategoryEngine*> categories();
 
@@ -115,6 +129,15 @@ private:
     std::unique_ptr<browsers::BrowserCleaners> browsers_;
     std::unique_ptr<TaskRunner> tasks_;
     std::unique_ptr<browsers::BrowserDriver> browserDriver_;
+    std::unique_ptr<system::SystemJunk> systemJunk_;
+    std::unique_ptr<system::SystemDriver> systemDriver_;
+    std::unique_ptr<apps::AppCatalogue> appCatalogue_;
+    std::unique_ptr<apps::AppTraces> appTraces_;
+    std::unique_ptr<apps::RecentsDriver> recentsDriver_;
+    std::unique_ptr<eraser::EraserList> eraserList_;
+    std::unique_ptr<eraser::EraserDriver> eraserDriver_;
+    // The application list was made at this start-up: the first fill is due.
+    bool recentsCreated_ = false;
     std::atomic<bool> terminatingApp_{false};
 };
 

@@ -1,0 +1,25 @@
+#pragma once
+// Measuring what a clean would remove, the way every scan counts: a folder is walked at every
+// depth and each entry under it (file, folder, link, anything) adds one item and its own size;
+// the folder itself is not counted. Anything else counts as one item of its own size, and a
+// missing path as nothing. Symbolic links are never followed: a link counts as itself, even when
+// it is the measured path.
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace tpc::erase {
+
+struct TreeTotals {
+    std::uint64_t count = 0;
+    std::uint64_t bytes = 0;
+    // False when `aborted` stopped the walk; the totals are then what was met so far.
+    bool complete = true;
+};
+
+// Sizes are the entries' st_size as lstat reports them. `aborted`, when given, is asked before
+// every entry. Folders that cannot be opened or listed add nothing below them.
+TreeTotals measureTree(const std::string& path, const std::function<bool()>& aborted = {});
+
+} // namespace tpc::erase
