@@ -8,6 +8,8 @@
 #include "core/Record.h"
 #include "core/SizeText.h"
 #include "core/TaskFlags.h"
+#include "core/TaskTexts.h"
+#include "core/WorkerProgress.h"
 #include "platform/Platform.h"
 
 #include <map>
@@ -20,51 +22,18 @@ namespace {
 using core::ArrayObj;
 using core::ArrayRef;
 using core::Category;
+using core::determinateMessage;
 using core::DictRef;
+using core::incrementMessage;
 using core::MainButton;
+using core::preparingMessage;
 using core::ProgressMessage;
+using core::statusMessage;
 using core::TaskKind;
 using core::TaskSpec;
+using core::totalsText;
 
 constexpr std::uint32_t kNotFound = 4294967295u;
-
-ProgressMessage statusMessage(const std::string& status) {
-    ProgressMessage m;
-    m.status = status;
-    return m;
-}
-
-ProgressMessage incrementMessage() {
-    ProgressMessage m;
-    m.increment = 1;
-    return m;
-}
-
-// Shows the bar and the text, indeterminate and animated, with "Preparing...".
-ProgressMessage preparingMessage() {
-    ProgressMessage m;
-    m.hideUnhide = 1;
-    m.indicatorType = 0;
-    m.startStopAnimation = 0;
-    m.status = "Preparing...";
-    return m;
-}
-
-ProgressMessage determinateMessage(std::uint64_t maximum, bool startAnimation) {
-    ProgressMessage m;
-    m.indicatorType = 1;
-    if (startAnimation)
-        m.startStopAnimation = 0;
-    m.minValue = 0;
-    m.maxValue = maximum;
-    m.doubleValue = 0;
-    return m;
-}
-
-std::string totalsText(std::uint64_t size, std::uint64_t count) {
-    return "Total Size To Clean: " + core::getFormattedStringForSize(size) +
-           "\nTotal Items To Clean: " + std::to_string(count) + " items";
-}
 
 bool hasPrefixPath(const std::string& name, const std::string& root) {
     return name.size() > root.size() + 1 && name.compare(0, root.size(), root) == 0 &&
