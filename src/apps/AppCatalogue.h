@@ -74,9 +74,16 @@ public:
     void save();
 
 private:
+    std::size_t size() const { return arrayRecents_->size(); }
+    core::DictRef recordAt(int row) const;
+    // What every removal does next: changes made, order restored, result line, saved.
+    void afterRemoval();
+
     core::Context& ctx_;
     core::DictRef dictRecents_;
     core::ArrayRef arrayRecents_;
+    // False while an unreadable list file could not be kept aside: it is never written over.
+    bool savesAllowed_ = true;
 };
 
 } // namespace tpc::apps

@@ -10,6 +10,8 @@
 // Runs on a worker thread; touches no record of a list the interface shows.
 
 #include "core/Value.h"
+#include "platform/DesktopApps.h"
+#include "platform/RecentFiles.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -56,6 +58,17 @@ public:
     std::optional<std::string> officeMruKey(const std::string& bundlePath) const;
 
 private:
+    bool linuxLayout() const;
+    // The desktop entry behind a linux record ("Path"), when it can be read.
+    std::optional<platform::DesktopApp> desktopApp(const core::DictRef& record) const;
+    // False (logged) for a record whose identifier cannot name a file or a preference domain.
+    bool usableRecord(const core::DictRef& record) const;
+    // linux: the recently-used bookmarks registered by this application alone.
+    std::function<bool(const platform::RecentBookmark&)>
+    bookmarkMatcher(const core::DictRef& record) const;
+    // linux: what the running applications are asked to quit by.
+    std::string processIdentifier(const core::DictRef& record) const;
+
     platform::Platform& platform_;
     erase::Deleter& deleter_;
     core::SystemLog& log_;

@@ -6,8 +6,14 @@
 #include "core/Context.h"
 #include "core/TaskRunner.h"
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
+
+namespace tpc::core {
+class WorkerProgress;
+}
 
 namespace tpc::apps {
 
@@ -39,12 +45,32 @@ public:
     const core::TaskSpec& cleanTask() const { return cleanTask_; }
 
 private:
+    // One row as a worker sees it: the record (changed on the main thread only), a copy of it
+    // taken on the main thread (read by the worker), and whether it was marked then.
+    struct Snapshot {
+        core::DictRef record;
+        core::DictRef copy;
+        bool marked = false;
+    };
+    std::vector<Snapshot> snapshot();
+    // Counts every row and stores the results in the records; false when the task was aborted
+    // (and has been wound down). The clean's rescan runs it under the clean's task.
+    bool scan(core::WorkerProgress& progress);
+    // Main thread: result line, subtitle, and the list counts as scanned again.
+    void showTotals();
+    // Calls a page hook, or, without one, tells the front end by the operation's name.
+    void hook(const std::function<void()>& fn, const char* name);
+
     core::Context& ctx_;
     core::TaskRunner& runner_;
     AppCatalogue& catalogue_;
     AppTraces& traces_;
     core::TaskSpec scanTask_;
     core::TaskSpec cleanTask_;
+    // The last scan's numbers; written by the worker, read on the main thread through invoke.
+    std::uint64_t rowCount_ = 0;
+    std::uint64_t totalCount_ = 0;
+    std::uint64_t totalSize_ = 0;
 };
 
 } // namespace tpc::apps

@@ -38,6 +38,8 @@ int run(int argc, char** argv) {
     addEraseCommand(app, chosen);
     addBrowserCommands(app, chosen);
     addScanCleanCommands(app, chosen);
+    addRecentsCommands(app, chosen);
+    addEraserCommands(app, chosen);
 
     try {
         app.parse(argc, argv);

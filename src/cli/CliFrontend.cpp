@@ -69,6 +69,7 @@ void CliFrontend::updateTextFieldResult(const std::optional<std::string>& text) 
 }
 
 int CliFrontend::showAlert(const core::AlertRequest& request) {
+    alerts_.push_back(request);
     int answer = options_.assumeYes ? core::AlertDefault : askInteractively(request);
     trace_.write({{"event", "alert"},
                   {"title", request.title},

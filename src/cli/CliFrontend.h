@@ -40,6 +40,8 @@ public:
     // What the result line and subtitles last showed (the JSON result of scans and cleans).
     const std::optional<std::string>& resultText() const { return result_; }
     std::optional<std::string> subtitle(core::MainButton button) const;
+    // Every alert shown so far, in order (commands report the ones they raised).
+    const std::vector<core::AlertRequest>& alerts() const { return alerts_; }
     // The abort action of the running task (Ctrl-C presses it).
     std::function<void()> abortAction() const { return abortAction_; }
 
@@ -55,6 +57,7 @@ private:
     std::optional<std::string> result_;
     std::map<core::MainButton, std::optional<std::string>> subtitles_;
     std::function<void()> abortAction_;
+    std::vector<core::AlertRequest> alerts_;
 };
 
 } // namespace tpc::cli

@@ -19,5 +19,9 @@ void addEraseCommand(CLI::App& app, Handler& chosen);
 void addBrowserCommands(CLI::App& app, Handler& chosen);
 // `scan CATEGORY`, `clean CATEGORY [--item PATH]... [--all]`.
 void addScanCleanCommands(CLI::App& app, Handler& chosen);
+// `recents list|add|remove|clear|set|mark`.
+void addRecentsCommands(CLI::App& app, Handler& chosen);
+// `eraser list|add|remove|clear|mark|option`.
+void addEraserCommands(CLI::App& app, Handler& chosen);
 
 } // namespace tpc::cli

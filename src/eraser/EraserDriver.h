@@ -7,6 +7,9 @@
 #include "core/TaskRunner.h"
 #include "eraser/EraserList.h"
 
+#include <atomic>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,25 +37,51 @@ public:
     std::vector<std::string> markOnly(const std::vector<std::string>& items) override;
 
     // The open panel's confirmation: the add rule, the "Path(s) inconsistencies !" alert when a
-    // flag was set, then the sizes update. Main thread.
+    // flag was set, then the sizes update when a row was added. Main thread.
     EraserList::AddOutcome addPaths(const std::vector<std::string>& paths);
 
     // The worker bodies.
     void scanShredder();
     void cleanShredder();
     // The scan without the progress sheet, result line or subtitle: sizes the rows and saves.
+    // Runs under the shredder scan's flags, which its starter sets on the main thread; gives up
+    // (clearing them) when asked to abort, and quietly when a scan of the page takes over.
     void shredderSizesUpdateThread();
 
     const core::TaskSpec& scanTask() const { return scanTask_; }
     const core::TaskSpec& cleanTask() const { return cleanTask_; }
 
 private:
+    struct Row {
+        core::DictRef record;
+        std::string path;
+    };
+    struct Shred {
+        std::string path;
+        bool contentsOnly = false;
+    };
+
+    // Calls a page hook, or, without one, tells the front end by the operation's name.
+    void hook(const std::function<void()>& fn, const char* name);
+    // Every row with its path, read on the main thread.
+    std::vector<Row> readRows();
+    // Sets the scan's flags and starts the sizes update (main thread).
+    void startSizesUpdate();
+    void sizesUpdate(std::uint64_t epoch);
+    // Hands one marked row to the deletion engine.
+    void shred(const Shred& item);
+
     core::Context& ctx_;
     core::TaskRunner& runner_;
     EraserList& list_;
     erase::Deleter& deleter_;
     core::TaskSpec scanTask_;
     core::TaskSpec cleanTask_;
+    // Who holds the shredder scan's flags: bumped by every page scan and sizes update start, so a
+    // sizes update that was overtaken leaves the flags to their new owner.
+    std::atomic<std::uint64_t> scanEpoch_{0};
+    // Main thread only: the scan's flags are held by a sizes update, not by a page scan.
+    bool sizesUpdateHoldsFlags_ = false;
 };
 
 } // namespace tpc::eraser

@@ -38,7 +38,8 @@ public:
         bool replaced = false;
     };
     // The add rule, path by path in the given order (absolute paths as an open panel returns
-    // them); then re-sorts and saves. Alerts and the sizes update are the caller's.
+    // them; anything else is ignored); then re-sorts and saves. Alerts and the sizes update are
+    // the caller's.
     AddOutcome addPaths(const std::vector<std::string>& paths);
     // The "Path(s) inconsistencies !" message for an outcome; empty when no flag is set.
     static std::string inconsistencyMessage(const AddOutcome& outcome);

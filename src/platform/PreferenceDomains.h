@@ -4,7 +4,8 @@
 // is the file "<folder>/D.plist"; a domain that already ends in ".plist" names the file itself.
 // Files are read whether binary or XML and written back as binary, atomically, keeping their
 // permission bits (0600 for a new file). A file that is not a property-list dictionary is never
-// rewritten.
+// rewritten, and neither is anything but a regular file: a link at the domain's place is neither
+// followed nor replaced.
 
 #include "core/Value.h"
 

@@ -9,6 +9,7 @@
 #include "core/CheckList.h"
 #include "core/Context.h"
 #include "core/TaskRunner.h"
+#include "core/WorkerProgress.h"
 
 #include <string>
 #include <vector>
@@ -60,6 +61,14 @@ public:
     core::AlertRequest downloadsNotice() const;
 
 private:
+    // The scan's body under `progress`'s task (its own, or the clean's for the clean's rescan);
+    // `ownsBar` whether it sets up the bar and ends the task. False when the task was aborted
+    // (and has been wound down).
+    bool scan(core::WorkerProgress& progress, bool ownsBar);
+    // Calls a page hook, or, without one, tells the front end by the operation's name.
+    void hook(const std::function<void()>& fn, const char* name);
+    void reload();
+
     core::Context& ctx_;
     core::TaskRunner& runner_;
     SystemJunk& junk_;

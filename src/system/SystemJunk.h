@@ -11,8 +11,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace tpc::core {
 class SystemLog;
@@ -72,6 +75,20 @@ public:
     static std::uint64_t sizeofFXRecentFoldersArrayElements(const core::ArrayRef& items);
 
 private:
+    bool linuxLayout() const;
+    // Runs a GUI script: its answer as a 32-bit integer, or nothing when it did not compile or
+    // failed. A script that ran brings the main window back to the front.
+    std::optional<std::int32_t> runScript(const std::string& source);
+    // The totals of measureTree over the paths.
+    SystemCount measure(const std::vector<std::filesystem::path>& paths,
+                        const std::function<bool()>& aborted) const;
+    // The file (or folder) bookmarks of the desktop's recently-used list.
+    SystemCount recentBookmarks(bool folders) const;
+    // The items of a shared file list kept in the recent-items preference file.
+    SystemCount sharedFileList(const char* listKey) const;
+    // Hands every entry of the folder to the deletion engine; the folder stays.
+    void deleteContents(const std::filesystem::path& folder);
+
     platform::Platform& platform_;
     erase::Deleter& deleter_;
     core::SystemLog& log_;

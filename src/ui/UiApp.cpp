@@ -7,13 +7,16 @@
 #include "core/ThreadGroup.h"
 #include "platform/Platform.h"
 #include "ui/BrowsersPage.h"
+#include "ui/EraserPage.h"
 #include "ui/MainWindow.h"
 #include "ui/PreferencesPage.h"
 #include "ui/ProgressSheet.h"
 #include "ui/QtFrontend.h"
 #include "ui/QtMainThread.h"
+#include "ui/RecentsPage.h"
 #include "ui/Resources.h"
 #include "ui/StatusItem.h"
+#include "ui/SystemPage.h"
 
 #include <CLI/CLI.hpp>
 #include <QApplication>
@@ -130,25 +133,12 @@ public:
         // Interface state read from the settings, once they are loaded.
         prefs_ = new PreferencesPage(app_);
         window_.setPageContent("14", prefs_);
-        // The Browsers page: opening it points the Clean button at the browser clean and scans.
-        auto* browsersPage = new BrowsersPage(app_);
-        browsersPage->attach(window_);
-        // The deletion choice is read by the cleaning worker: it stays still while a clean runs.
-        auto hooks = browsersPage->hooks();
-        hooks.disableForClean = [this, inner = hooks.disableForClean] {
-            if (inner)
-                inner();
-            if (prefs_)
-                prefs_->setEnabled(false);
-        };
-        hooks.enableAfterClean = [this, inner = hooks.enableAfterClean] {
-            if (inner)
-                inner();
-            if (prefs_)
-                prefs_->setEnabled(true);
-        };
-        app_.browserDriver().hooks = hooks;
-        frontend_.registerButton("buttonBrowsersScan", browsersPage->scanButton());
+        // The category pages: opening one points the Clean button at its clean (the Browsers,
+        // Recents and System pages also scan at once).
+        attachPage(new BrowsersPage(app_), app_.browserDriver(), "buttonBrowsersScan");
+        attachPage(new RecentsPage(app_), app_.recentsDriver(), "buttonRecentsScan");
+        attachPage(new SystemPage(app_), app_.systemDriver(), "buttonSystemScan");
+        attachPage(new EraserPage(app_), app_.eraserDriver(), "buttonFoldersScan");
         frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
             if (action == "loginItemCheckBox" && prefs_)
                 prefs_->setLoginItemChecked(detail.toBool());
@@ -176,6 +166,29 @@ public:
     MainWindow& window() { return window_; }
 
 private:
+    // Puts a category page into the window and gives its engine the page's hooks. The deletion
+    // choice is read by the cleaning workers, so the Preferences page stays still while a clean
+    // runs.
+    template <class Page>
+    void attachPage(Page* page, core::CategoryEngine& engine, const char* scanButtonName) {
+        page->attach(window_);
+        auto hooks = page->hooks();
+        hooks.disableForClean = [this, inner = hooks.disableForClean] {
+            if (inner)
+                inner();
+            if (prefs_)
+                prefs_->setEnabled(false);
+        };
+        hooks.enableAfterClean = [this, inner = hooks.enableAfterClean] {
+            if (inner)
+                inner();
+            if (prefs_)
+                prefs_->setEnabled(true);
+        };
+        engine.hooks = hooks;
+        frontend_.registerButton(scanButtonName, page->scanButton());
+    }
+
     core::RealClock clock_;
     core::SystemLog log_;
     QtMainThread mainThread_;

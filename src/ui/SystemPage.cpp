@@ -1,0 +1,146 @@
+#include "ui/SystemPage.h"
+
+#include "core/AppDelegate.h"
+#include "core/Record.h"
+#include "system/SystemDriver.h"
+#include "ui/CheckListModel.h"
+#include "ui/CheckListPanel.h"
+#include "ui/MainWindow.h"
+#include "ui/PageStyle.h"
+#include "ui/RecordNameDelegate.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableView>
+#include <QVBoxLayout>
+
+namespace tpc::ui {
+
+namespace {
+
+const char* const kPageId = "5";
+
+} // namespace
+
+SystemPage::SystemPage(core::AppDelegate& app, QWidget* parent)
+    : QWidget(parent), driver_(app.systemDriver()) {
+    setStyleSheet(pageStyleSheet());
+
+    auto* intro = new QLabel(
+        QStringLiteral("Recent items, logs, the Trash and downloads this account has gathered."),
+        this);
+    intro->setObjectName(QStringLiteral("pageIntro"));
+    intro->setWordWrap(true);
+
+    scanButton_ = new QPushButton(QStringLiteral("Scan"), this);
+    scanButton_->setObjectName(QStringLiteral("scanButton"));
+    scanButton_->setToolTip(QStringLiteral("Count what each marked category holds"));
+    connect(scanButton_, &QPushButton::clicked, this,
+            [this] { driver_.buttonScanClicked(core::Sender::Button); });
+
+    list_ = new CheckListPanel(QStringLiteral("System junk"), this);
+    delegate_ = new RecordNameDelegate(*list_->model(), list_);
+    list_->table()->setItemDelegateForColumn(CheckListModel::NameColumn, delegate_);
+
+    auto* top = new QHBoxLayout;
+    top->setContentsMargins(0, 0, 0, 0);
+    top->addWidget(intro, 1);
+    top->addWidget(scanButton_, 0, Qt::AlignTop);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 10, 0, 0);
+    layout->setSpacing(10);
+    layout->addLayout(top);
+    layout->addWidget(list_, 1);
+
+    wireList();
+    reloadLists();
+}
+
+void SystemPage::wireList() {
+    list_->onMasterClicked = [this](core::CheckState shown) {
+        driver_.systemCheckBoxButtonClicked(shown);
+        reloadLists();
+    };
+    list_->onMarkToggled = [this](int row, bool on) {
+        // The model stored the click already; the engine makes the change itself, in its order
+        // (the Downloads notice comes before the mark).
+        core::setMark(list_->model()->record(row), !on);
+        driver_.setRowMark(row, on);
+        list_->showMasterState(driver_.reflectMarkStatusInSystem());
+        enableOrDisableCleanButton();
+    };
+    list_->onSortChosen = [this](core::SortChoice choice) {
+        driver_.systemPopUpButtonClicked(choice);
+        reloadLists();
+    };
+}
+
+void SystemPage::attach(MainWindow& window) {
+    window_ = &window;
+    window.setPageContent(kPageId, this);
+    QPointer<SystemPage> self(this);
+    window.onPageOpened[kPageId] = [self] {
+        if (self)
+            self->pageOpened();
+    };
+}
+
+core::PageHooks SystemPage::hooks() {
+    QPointer<SystemPage> self(this);
+    auto enable = [self](bool on) {
+        return [self, on] {
+            if (self)
+                self->setControlsEnabled(on);
+        };
+    };
+    core::PageHooks h;
+    h.disableForScan = enable(false);
+    h.enableAfterScan = enable(true);
+    h.disableForClean = enable(false);
+    h.enableAfterClean = enable(true);
+    h.reloadLists = [self] {
+        if (self)
+            self->reloadLists();
+    };
+    return h;
+}
+
+void SystemPage::pageOpened() {
+    if (QPushButton* clean = cleanButton())
+        connect(clean, &QPushButton::clicked, this,
+                [this] { driver_.buttonCleanClicked(core::Sender::Button); });
+    driver_.buttonScanClicked(core::Sender::Button);
+}
+
+void SystemPage::reloadLists() {
+    const int selected = list_->selectedRow();
+    const core::DictRef kept = list_->model()->record(selected);
+    list_->reload(driver_.list());
+    list_->selectRow(list_->model()->rowOf(kept));
+    list_->showMasterState(driver_.reflectMarkStatusInSystem());
+    list_->showSort(driver_.reflectPopUpButtonTitleInSystem());
+    enableOrDisableCleanButton();
+}
+
+void SystemPage::setControlsEnabled(bool enabled) {
+    controlsEnabled_ = enabled;
+    list_->setEnabled(enabled);
+    scanButton_->setEnabled(enabled);
+    enableOrDisableCleanButton();
+}
+
+void SystemPage::enableOrDisableCleanButton() {
+    if (QPushButton* clean = cleanButton())
+        clean->setEnabled(controlsEnabled_ && driver_.enableOrDisableSystemScanAndCleanButton());
+}
+
+QPushButton* SystemPage::cleanButton() const {
+    // The shared button is this page's only while this page is the one last opened.
+    if (!window_ || window_->lastTabID() != QLatin1String(kPageId))
+        return nullptr;
+    return window_->cleanButton();
+}
+
+} // namespace tpc::ui
