@@ -16,6 +16,8 @@ std::uint64_t utf16Length(const std::string& text) {
     return units;
 }
 
+} // namespace
+
 std::uint64_t lengthOf(const core::Value& value) {
     if (const auto* data = value.data())
         return data->size();
@@ -23,8 +25,6 @@ std::uint64_t lengthOf(const core::Value& value) {
         return utf16Length(*text);
     return 0;
 }
-
-} // namespace
 
 core::ArrayRef controlledItems(const core::DictRef& plist, const std::string& listKey) {
     if (!plist)

@@ -14,6 +14,10 @@ namespace tpc::platform {
 // null otherwise.
 core::ArrayRef controlledItems(const core::DictRef& plist, const std::string& listKey);
 
+// The length of a list value: a data value's bytes, a string's UTF-16 units as the desktop
+// counts them; 0 for anything else.
+std::uint64_t lengthOf(const core::Value& value);
+
 // The sum, over the items, of the lengths of their "Bookmark", "Icon" and "Name" values (data
 // lengths in bytes, string lengths in UTF-16 units as the desktop counts them); 0 for no items.
 std::uint64_t sizeofCustomListItemsArrayElements(const core::ArrayRef& items);

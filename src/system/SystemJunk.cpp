@@ -73,22 +73,6 @@ std::int32_t int32Answer(const std::string& output) {
     return static_cast<std::int32_t>(value);
 }
 
-// The length of a string in UTF-16 units (as the desktop counts it) or of data in bytes.
-std::uint64_t valueLength(const core::Value& value) {
-    if (const auto* data = value.data())
-        return data->size();
-    const auto* text = value.string();
-    if (!text)
-        return 0;
-    std::uint64_t units = 0;
-    for (const unsigned char c : *text) {
-        if ((c & 0xC0) == 0x80)
-            continue; // a continuation byte
-        units += c >= 0xF0 ? 2 : 1;
-    }
-    return units;
-}
-
 } // namespace
 
 SystemJunk::SystemJunk(platform::Platform& platform, erase::Deleter& deleter, core::SystemLog& log,
@@ -247,7 +231,8 @@ std::uint64_t SystemJunk::sizeofFXRecentFoldersArrayElements(const core::ArrayRe
     if (!items)
         return total;
     for (const auto& item : items->dicts())
-        total += valueLength(item->get("name")) + valueLength(item->get("file-bookmark"));
+        total +=
+            platform::lengthOf(item->get("name")) + platform::lengthOf(item->get("file-bookmark"));
     return total;
 }
 

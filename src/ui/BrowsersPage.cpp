@@ -7,6 +7,7 @@
 #include "ui/CookieListsPanel.h"
 #include "ui/MainWindow.h"
 #include "ui/MasterCheckBox.h"
+#include "ui/PageStyle.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -30,20 +31,13 @@ QTabBar::tab {
 }
 QTabBar::tab:selected { color: #1f2933; border-bottom: 2px solid #2f6fb5; font-weight: 600; }
 QTabBar::tab:hover:!selected { color: #2f6fb5; }
-QPushButton#scanButton {
-    background: #ffffff; color: #2f6fb5; border: 1px solid #2f6fb5; border-radius: 6px;
-    padding: 4px 18px; font-weight: 600;
-}
-QPushButton#scanButton:hover { background: #eef4fb; }
-QPushButton#scanButton:pressed { background: #dbe8f6; }
-QPushButton#scanButton:disabled { color: #a9b4c0; border-color: #c5ced8; }
 )";
 
 } // namespace
 
 BrowsersPage::BrowsersPage(core::AppDelegate& app, QWidget* parent)
     : QWidget(parent), app_(app), driver_(app.browserDriver()) {
-    setStyleSheet(QString::fromLatin1(kStyleSheet));
+    setStyleSheet(pageStyleSheet() + QString::fromLatin1(kStyleSheet));
 
     scanButton_ = new QPushButton(QStringLiteral("Scan"), this);
     scanButton_->setObjectName(QStringLiteral("scanButton"));

@@ -10,6 +10,7 @@
 #include "ui/EraserFileDialog.h"
 #include "ui/EraserPathLabel.h"
 #include "ui/MainWindow.h"
+#include "ui/PageStyle.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -34,23 +35,22 @@ const char* const kPageId = "8";
 const char* const kWholeFolder = "Erase the folder and everything in it";
 const char* const kContentsOnly = "Erase only what the folder holds";
 
-const char* const kStyleSheet = R"(
-QPushButton#scanButton {
-    background: #ffffff; color: #2f6fb5; border: 1px solid #2f6fb5; border-radius: 6px;
-    padding: 4px 18px; font-weight: 600;
-}
-QPushButton#scanButton:hover { background: #eef4fb; }
-QPushButton#scanButton:pressed { background: #dbe8f6; }
-QPushButton#scanButton:disabled { color: #a9b4c0; border-color: #c5ced8; }
+const char* const kOwnStyle = R"(
 QLabel#eraserPath { color: #52606d; }
 QLabel#deleteOptionTitle { color: #3d4852; }
+QToolButton[listAction="true"] {
+    background: #ffffff; color: #1f2933; border: 1px solid #c5ced8; border-radius: 6px;
+    padding: 4px 12px; padding-right: 20px;
+}
+QToolButton[listAction="true"]:hover { background: #f3f5f8; }
+QToolButton[listAction="true"]::menu-button { border: none; width: 16px; }
 )";
 
 } // namespace
 
 EraserPage::EraserPage(core::AppDelegate& app, QWidget* parent)
     : QWidget(parent), app_(app), eraserList_(app.eraserList()), driver_(app.eraserDriver()) {
-    setStyleSheet(QString::fromLatin1(kStyleSheet));
+    setStyleSheet(pageStyleSheet() + QString::fromLatin1(kOwnStyle));
     chooseFiles = [this](bool embedded) {
         const QString home = QString::fromStdString(app_.context().platform.home().string());
         return EraserFileDialog::choose(this, home, embedded);
@@ -86,11 +86,14 @@ QWidget* EraserPage::buildToolBar() {
     addButton_->setMenu(addMenu);
     connect(addButton_, &QToolButton::clicked, this, [this] { buttonAddToFoldersClicked(); });
 
+    addButton_->setProperty("listAction", true);
     removeButton_ = new QPushButton(QStringLiteral("Remove"), bar);
+    removeButton_->setProperty("listAction", true);
     removeButton_->setToolTip(QStringLiteral("Take the selected rows off the list"));
     connect(removeButton_, &QPushButton::clicked, this,
             [this] { buttonRemoveFromFoldersClicked(); });
     removeAllButton_ = new QPushButton(QStringLiteral("Remove All"), bar);
+    removeAllButton_->setProperty("listAction", true);
     removeAllButton_->setToolTip(QStringLiteral("Empty the list"));
     connect(removeAllButton_, &QPushButton::clicked, this,
             [this] { buttonShredderRemoveAllClicked(); });
