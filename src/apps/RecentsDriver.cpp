@@ -34,34 +34,12 @@ std::uint64_t bytesOf(const AppCount& count) {
 RecentsDriver::RecentsDriver(core::Context& ctx, core::TaskRunner& runner, AppCatalogue& catalogue,
                              AppTraces& traces)
     : ctx_(ctx), runner_(runner), catalogue_(catalogue), traces_(traces) {
-    auto reload = [this] {
-        hook(hooks.reloadLists, "reloadRecentsTableView");
-    };
-    scanTask_ =
-        TaskSpec{Category::Recents,
-                 TaskKind::Scan,
-                 MainButton::Recents,
-                 [this] { hook(hooks.disableForScan, "disableUIElementsForRecentsScan"); },
-                 [this] { hook(hooks.enableAfterScan, "enableUIElementsAfterRecentsScan"); },
-                 reload};
-    cleanTask_ =
-        TaskSpec{Category::Recents,
-                 TaskKind::Clean,
-                 MainButton::Recents,
-                 [this] { hook(hooks.disableForClean, "disableUIElementsForRecentsClean"); },
-                 [this] { hook(hooks.enableAfterClean, "enableUIElementsAfterRecentsClean"); },
-                 reload};
+    scanTask_ = hookedTask(ctx_.frontend, TaskKind::Scan, "Recents", "reloadRecentsTableView");
+    cleanTask_ = hookedTask(ctx_.frontend, TaskKind::Clean, "Recents", "reloadRecentsTableView");
 }
 
 core::ArrayRef RecentsDriver::list() const {
     return catalogue_.arrayRecents();
-}
-
-void RecentsDriver::hook(const std::function<void()>& fn, const char* name) {
-    if (fn)
-        fn();
-    else
-        ctx_.frontend.ui(name);
 }
 
 // ---- Buttons ----

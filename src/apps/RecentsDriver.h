@@ -58,8 +58,6 @@ private:
     bool scan(core::WorkerProgress& progress);
     // Main thread: result line, subtitle, and the list counts as scanned again.
     void showTotals();
-    // Calls a page hook, or, without one, tells the front end by the operation's name.
-    void hook(const std::function<void()>& fn, const char* name);
 
     core::Context& ctx_;
     core::TaskRunner& runner_;

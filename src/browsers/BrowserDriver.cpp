@@ -52,30 +52,8 @@ BrowserDriver::BrowserDriver(core::Context& ctx, core::TaskRunner& runner,
                              BrowserCleaners& cleaners, CookieLists& cookies)
     : ctx_(ctx), runner_(runner), cleaners_(cleaners), cookies_(cookies),
       arrayBrowserMainList_(ArrayObj::make()), arrayBrowserSubList_(ArrayObj::make()) {
-    auto reload = [this] {
-        hook(hooks.reloadLists, "reloadBrowserTableViews");
-    };
-    scanTask_ =
-        TaskSpec{Category::Browsers,
-                 TaskKind::Scan,
-                 MainButton::Browsers,
-                 [this] { hook(hooks.disableForScan, "disableUIElementsForBrowserScan"); },
-                 [this] { hook(hooks.enableAfterScan, "enableUIElementsAfterBrowserScan"); },
-                 reload};
-    cleanTask_ =
-        TaskSpec{Category::Browsers,
-                 TaskKind::Clean,
-                 MainButton::Browsers,
-                 [this] { hook(hooks.disableForClean, "disableUIElementsForBrowserClean"); },
-                 [this] { hook(hooks.enableAfterClean, "enableUIElementsAfterBrowserClean"); },
-                 reload};
-}
-
-void BrowserDriver::hook(const std::function<void()>& fn, const char* name) {
-    if (fn)
-        fn();
-    else
-        ctx_.frontend.ui(name);
+    scanTask_ = hookedTask(ctx_.frontend, TaskKind::Scan, "Browser", "reloadBrowserTableViews");
+    cleanTask_ = hookedTask(ctx_.frontend, TaskKind::Clean, "Browser", "reloadBrowserTableViews");
 }
 
 std::vector<const CatalogueEntry*> BrowserDriver::installedBrowsers() const {

@@ -102,8 +102,6 @@ private:
     void closeBar(std::uint64_t maximum);
     // An abort check point: true when the task was aborted and wound down.
     bool aborted(const core::TaskSpec& task);
-    // Calls a page hook, or, without one, tells the front end by the operation's name.
-    void hook(const std::function<void()>& fn, const char* name);
     // Appends a fresh root for every installed browser missing from the main list (main thread).
     bool appendMissingBrowsers();
     std::vector<const CatalogueEntry*> installedBrowsers() const;

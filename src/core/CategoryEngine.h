@@ -43,6 +43,16 @@ public:
     virtual std::vector<std::string> markOnly(const std::vector<std::string>& items) = 0;
 
     PageHooks hooks;
+
+protected:
+    // Calls a page hook, or, without a page (the command line), tells the front end by the
+    // operation's name.
+    void hook(Frontend& ui, const std::function<void()>& fn, const std::string& name) const;
+    // A task of this category whose page follows `hooks`: `who` names the operations a front
+    // end without hooks hears ("System" gives "disableUIElementsForSystemScan", ...), `reload`
+    // the list reload.
+    TaskSpec hookedTask(Frontend& ui, TaskKind kind, const std::string& who,
+                        const std::string& reload);
 };
 
 } // namespace tpc::core

@@ -50,30 +50,8 @@ std::vector<std::string> folderEntries(const std::string& folder) {
 EraserDriver::EraserDriver(core::Context& ctx, core::TaskRunner& runner, EraserList& list,
                            erase::Deleter& deleter)
     : ctx_(ctx), runner_(runner), list_(list), deleter_(deleter) {
-    auto reload = [this] {
-        hook(hooks.reloadLists, "reloadFoldersTable");
-    };
-    scanTask_ =
-        TaskSpec{Category::Shredder,
-                 TaskKind::Scan,
-                 MainButton::FileEraser,
-                 [this] { hook(hooks.disableForScan, "disableUIElementsForShredderScan"); },
-                 [this] { hook(hooks.enableAfterScan, "enableUIElementsAfterShredderScan"); },
-                 reload};
-    cleanTask_ =
-        TaskSpec{Category::Shredder,
-                 TaskKind::Clean,
-                 MainButton::FileEraser,
-                 [this] { hook(hooks.disableForClean, "disableUIElementsForShredderClean"); },
-                 [this] { hook(hooks.enableAfterClean, "enableUIElementsAfterShredderClean"); },
-                 reload};
-}
-
-void EraserDriver::hook(const std::function<void()>& fn, const char* name) {
-    if (fn)
-        fn();
-    else
-        ctx_.frontend.ui(name);
+    scanTask_ = hookedTask(ctx_.frontend, TaskKind::Scan, "Shredder", "reloadFoldersTable");
+    cleanTask_ = hookedTask(ctx_.frontend, TaskKind::Clean, "Shredder", "reloadFoldersTable");
 }
 
 core::ArrayRef EraserDriver::list() const {

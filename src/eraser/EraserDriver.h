@@ -61,8 +61,6 @@ private:
         bool contentsOnly = false;
     };
 
-    // Calls a page hook, or, without one, tells the front end by the operation's name.
-    void hook(const std::function<void()>& fn, const char* name);
     // Every row with its path, read on the main thread.
     std::vector<Row> readRows();
     // Sets the scan's flags and starts the sizes update (main thread).

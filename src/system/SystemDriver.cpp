@@ -31,33 +31,12 @@ DictRef workerCopy(const DictRef& rec) {
 
 SystemDriver::SystemDriver(core::Context& ctx, core::TaskRunner& runner, SystemJunk& junk)
     : ctx_(ctx), runner_(runner), junk_(junk), arraySystem_(core::ArrayObj::make()) {
-    auto reloadTable = [this] {
-        reload();
-    };
-    scanTask_ = TaskSpec{Category::System,
-                         TaskKind::Scan,
-                         MainButton::System,
-                         [this] { hook(hooks.disableForScan, "disableUIElementsForSystemScan"); },
-                         [this] { hook(hooks.enableAfterScan, "enableUIElementsAfterSystemScan"); },
-                         reloadTable};
-    cleanTask_ =
-        TaskSpec{Category::System,
-                 TaskKind::Clean,
-                 MainButton::System,
-                 [this] { hook(hooks.disableForClean, "disableUIElementsForSystemClean"); },
-                 [this] { hook(hooks.enableAfterClean, "enableUIElementsAfterSystemClean"); },
-                 reloadTable};
-}
-
-void SystemDriver::hook(const std::function<void()>& fn, const char* name) {
-    if (fn)
-        fn();
-    else
-        ctx_.frontend.ui(name);
+    scanTask_ = hookedTask(ctx_.frontend, TaskKind::Scan, "System", "reloadSystemTable");
+    cleanTask_ = hookedTask(ctx_.frontend, TaskKind::Clean, "System", "reloadSystemTable");
 }
 
 void SystemDriver::reload() {
-    hook(hooks.reloadLists, "reloadSystemTable");
+    hook(ctx_.frontend, hooks.reloadLists, "reloadSystemTable");
 }
 
 void SystemDriver::populateSystemData() {

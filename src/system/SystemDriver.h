@@ -65,8 +65,6 @@ private:
     // `ownsBar` whether it sets up the bar and ends the task. False when the task was aborted
     // (and has been wound down).
     bool scan(core::WorkerProgress& progress, bool ownsBar);
-    // Calls a page hook, or, without one, tells the front end by the operation's name.
-    void hook(const std::function<void()>& fn, const char* name);
     void reload();
 
     core::Context& ctx_;

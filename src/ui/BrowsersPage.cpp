@@ -8,6 +8,7 @@
 #include "ui/MainWindow.h"
 #include "ui/MasterCheckBox.h"
 #include "ui/PageStyle.h"
+#include "ui/PageWiring.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -127,32 +128,11 @@ void BrowsersPage::showSubList() {
 
 void BrowsersPage::attach(MainWindow& window) {
     window_ = &window;
-    window.setPageContent(kPageId, this);
-    QPointer<BrowsersPage> self(this);
-    window.onPageOpened[kPageId] = [self] {
-        if (self)
-            self->pageOpened();
-    };
+    attachPage(this, window, kPageId);
 }
 
 core::PageHooks BrowsersPage::hooks() {
-    QPointer<BrowsersPage> self(this);
-    auto enable = [self](bool on) {
-        return [self, on] {
-            if (self)
-                self->setControlsEnabled(on);
-        };
-    };
-    core::PageHooks h;
-    h.disableForScan = enable(false);
-    h.enableAfterScan = enable(true);
-    h.disableForClean = enable(false);
-    h.enableAfterClean = enable(true);
-    h.reloadLists = [self] {
-        if (self)
-            self->reloadLists();
-    };
-    return h;
+    return pageHooks(this, &BrowsersPage::reloadLists);
 }
 
 void BrowsersPage::pageOpened() {

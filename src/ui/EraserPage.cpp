@@ -11,6 +11,7 @@
 #include "ui/EraserPathLabel.h"
 #include "ui/MainWindow.h"
 #include "ui/PageStyle.h"
+#include "ui/PageWiring.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -180,32 +181,11 @@ void EraserPage::wireList() {
 
 void EraserPage::attach(MainWindow& window) {
     window_ = &window;
-    window.setPageContent(kPageId, this);
-    QPointer<EraserPage> self(this);
-    window.onPageOpened[kPageId] = [self] {
-        if (self)
-            self->pageOpened();
-    };
+    attachPage(this, window, kPageId);
 }
 
 core::PageHooks EraserPage::hooks() {
-    QPointer<EraserPage> self(this);
-    auto enable = [self](bool on) {
-        return [self, on] {
-            if (self)
-                self->setControlsEnabled(on);
-        };
-    };
-    core::PageHooks h;
-    h.disableForScan = enable(false);
-    h.enableAfterScan = enable(true);
-    h.disableForClean = enable(false);
-    h.enableAfterClean = enable(true);
-    h.reloadLists = [self] {
-        if (self)
-            self->reloadList();
-    };
-    return h;
+    return pageHooks(this, &EraserPage::reloadList);
 }
 
 void EraserPage::pageOpened() {

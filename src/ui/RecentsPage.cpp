@@ -10,6 +10,7 @@
 #include "ui/MainWindow.h"
 #include "ui/MasterCheckBox.h"
 #include "ui/PageStyle.h"
+#include "ui/PageWiring.h"
 #include "ui/RecentsOptionsMenu.h"
 #include "ui/RecordNameDelegate.h"
 
@@ -144,32 +145,11 @@ void RecentsPage::wireList() {
 
 void RecentsPage::attach(MainWindow& window) {
     window_ = &window;
-    window.setPageContent(kPageId, this);
-    QPointer<RecentsPage> self(this);
-    window.onPageOpened[kPageId] = [self] {
-        if (self)
-            self->pageOpened();
-    };
+    attachPage(this, window, kPageId);
 }
 
 core::PageHooks RecentsPage::hooks() {
-    QPointer<RecentsPage> self(this);
-    auto enable = [self](bool on) {
-        return [self, on] {
-            if (self)
-                self->setControlsEnabled(on);
-        };
-    };
-    core::PageHooks h;
-    h.disableForScan = enable(false);
-    h.enableAfterScan = enable(true);
-    h.disableForClean = enable(false);
-    h.enableAfterClean = enable(true);
-    h.reloadLists = [self] {
-        if (self)
-            self->reloadLists();
-    };
-    return h;
+    return pageHooks(this, &RecentsPage::reloadLists);
 }
 
 void RecentsPage::pageOpened() {

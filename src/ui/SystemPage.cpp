@@ -7,6 +7,7 @@
 #include "ui/CheckListPanel.h"
 #include "ui/MainWindow.h"
 #include "ui/PageStyle.h"
+#include "ui/PageWiring.h"
 #include "ui/RecordNameDelegate.h"
 
 #include <QHBoxLayout>
@@ -79,32 +80,11 @@ void SystemPage::wireList() {
 
 void SystemPage::attach(MainWindow& window) {
     window_ = &window;
-    window.setPageContent(kPageId, this);
-    QPointer<SystemPage> self(this);
-    window.onPageOpened[kPageId] = [self] {
-        if (self)
-            self->pageOpened();
-    };
+    attachPage(this, window, kPageId);
 }
 
 core::PageHooks SystemPage::hooks() {
-    QPointer<SystemPage> self(this);
-    auto enable = [self](bool on) {
-        return [self, on] {
-            if (self)
-                self->setControlsEnabled(on);
-        };
-    };
-    core::PageHooks h;
-    h.disableForScan = enable(false);
-    h.enableAfterScan = enable(true);
-    h.disableForClean = enable(false);
-    h.enableAfterClean = enable(true);
-    h.reloadLists = [self] {
-        if (self)
-            self->reloadLists();
-    };
-    return h;
+    return pageHooks(this, &SystemPage::reloadLists);
 }
 
 void SystemPage::pageOpened() {

@@ -135,10 +135,10 @@ public:
         window_.setPageContent("14", prefs_);
         // The category pages: opening one points the Clean button at its clean (the Browsers,
         // Recents and System pages also scan at once).
-        attachPage(new BrowsersPage(app_), app_.browserDriver(), "buttonBrowsersScan");
-        attachPage(new RecentsPage(app_), app_.recentsDriver(), "buttonRecentsScan");
-        attachPage(new SystemPage(app_), app_.systemDriver(), "buttonSystemScan");
-        attachPage(new EraserPage(app_), app_.eraserDriver(), "buttonFoldersScan");
+        wirePage(new BrowsersPage(app_), app_.browserDriver(), "buttonBrowsersScan");
+        wirePage(new RecentsPage(app_), app_.recentsDriver(), "buttonRecentsScan");
+        wirePage(new SystemPage(app_), app_.systemDriver(), "buttonSystemScan");
+        wirePage(new EraserPage(app_), app_.eraserDriver(), "buttonFoldersScan");
         frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
             if (action == "loginItemCheckBox" && prefs_)
                 prefs_->setLoginItemChecked(detail.toBool());
@@ -170,7 +170,7 @@ private:
     // choice is read by the cleaning workers, so the Preferences page stays still while a clean
     // runs.
     template <class Page>
-    void attachPage(Page* page, core::CategoryEngine& engine, const char* scanButtonName) {
+    void wirePage(Page* page, core::CategoryEngine& engine, const char* scanButtonName) {
         page->attach(window_);
         auto hooks = page->hooks();
         hooks.disableForClean = [this, inner = hooks.disableForClean] {
