@@ -22,39 +22,6 @@ struct Entry {
     bool visible = false;
 };
 
-// A string value of a desktop entry with its escapes (\s \n \t \r \\) applied.
-std::string unescape(const std::string& raw) {
-    std::string out;
-    out.reserve(raw.size());
-    for (std::size_t i = 0; i < raw.size(); ++i) {
-        if (raw[i] != '\\' || i + 1 == raw.size()) {
-            out += raw[i];
-            continue;
-        }
-        switch (raw[++i]) {
-        case 's':
-            out += ' ';
-            break;
-        case 'n':
-            out += '\n';
-            break;
-        case 't':
-            out += '\t';
-            break;
-        case 'r':
-            out += '\r';
-            break;
-        case '\\':
-            out += '\\';
-            break;
-        default:
-            out += '\\';
-            out += raw[i];
-        }
-    }
-    return out;
-}
-
 std::string baseName(const std::string& program) {
     const auto slash = program.rfind('/');
     return slash == std::string::npos ? program : program.substr(slash + 1);
@@ -97,7 +64,7 @@ Entry readEntry(const fs::path& file, const std::function<std::string()>& id) {
         return entry;
     DesktopApp app;
     app.id = id();
-    app.name = unescape(group->value("Name").value_or(""));
+    app.name = unescapeString(group->value("Name").value_or(""));
     if (app.name.empty())
         app.name = app.id;
     app.file = file;

@@ -4,6 +4,35 @@ namespace tpc::platform {
 
 namespace {
 
+std::string escapeString(const std::string& text) {
+    std::string out;
+    for (char c : text) {
+        if (c == '\\')
+            out += "\\\\";
+        else if (c == '\n')
+            out += "\\n";
+        else if (c == '\t')
+            out += "\\t";
+        else if (c == '\r')
+            out += "\\r";
+        else
+            out += c;
+    }
+    return out;
+}
+
+std::string literalPercents(const std::string& text) {
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        out += text[i];
+        if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%')
+            ++i;
+    }
+    return out;
+}
+
+} // namespace
+
 std::string unescapeString(const std::string& value) {
     std::string out;
     for (std::size_t i = 0; i < value.size(); ++i) {
@@ -34,35 +63,6 @@ std::string unescapeString(const std::string& value) {
     }
     return out;
 }
-
-std::string escapeString(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        if (c == '\\')
-            out += "\\\\";
-        else if (c == '\n')
-            out += "\\n";
-        else if (c == '\t')
-            out += "\\t";
-        else if (c == '\r')
-            out += "\\r";
-        else
-            out += c;
-    }
-    return out;
-}
-
-std::string literalPercents(const std::string& text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        out += text[i];
-        if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%')
-            ++i;
-    }
-    return out;
-}
-
-} // namespace
 
 std::string execProgram(const std::string& value) {
     auto command = unescapeString(value);

@@ -7,6 +7,9 @@
 
 namespace tpc::platform {
 
+// A string value with its escapes (\s \n \t \r \\) applied.
+std::string unescapeString(const std::string& value);
+
 // The program (first argument) of an Exec value as it is written in the file.
 std::string execProgram(const std::string& value);
 
