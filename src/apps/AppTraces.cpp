@@ -68,22 +68,6 @@ std::string sandboxedListDomain(const std::string& id) {
     return id + ".SandboxedPersistentURLs.LSSharedFileList";
 }
 
-// A value's length as the lists count it: bytes of data, UTF-16 units of text, else nothing.
-std::uint64_t valueLength(const core::Value& v) {
-    if (const auto* data = v.data())
-        return data->size();
-    if (const auto* text = v.string()) {
-        std::uint64_t units = 0;
-        for (unsigned char c : *text) {
-            if ((c & 0xC0) == 0x80)
-                continue; // continuation byte
-            units += c >= 0xF0 ? 2 : 1;
-        }
-        return units;
-    }
-    return 0;
-}
-
 std::string lowered(std::string s) {
     std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) {
         return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
@@ -166,8 +150,8 @@ AppCount AppTraces::countAppDetailsToClear(const DictRef& record,
         if (auto mru = office->getArray(*key)) {
             std::uint64_t bytes = 0;
             for (const auto& entry : mru->dicts())
-                bytes +=
-                    valueLength(entry->get("Access Date")) + valueLength(entry->get("File Alias"));
+                bytes += platform::lengthOf(entry->get("Access Date")) +
+                         platform::lengthOf(entry->get("File Alias"));
             sum.add(mru->size(), bytes);
         }
     return sum.result();

@@ -9,7 +9,7 @@
 #include "core/TaskTexts.h"
 #include "core/WorkerProgress.h"
 #include "erase/Deleter.h"
-#include "erase/FileWalk.h"
+#include "erase/FolderEntries.h"
 #include "erase/TreeMeasure.h"
 #include "eraser/EraserPaths.h"
 
@@ -27,23 +27,6 @@ using core::TaskKind;
 using core::TaskSpec;
 
 constexpr core::Clock::Duration kPollInterval = core::Clock::seconds(0.5);
-
-// The immediate entries of a real folder as full paths; empty when it cannot be listed.
-std::vector<std::string> folderEntries(const std::string& folder) {
-    std::vector<std::string> out;
-    erase::UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!fd)
-        return out;
-    std::vector<std::string> names;
-    int error = 0;
-    if (!erase::listFolder(fd.get(), names, error))
-        return out;
-    const std::string prefix = folder.back() == '/' ? folder : folder + "/";
-    out.reserve(names.size());
-    for (const auto& name : names)
-        out.push_back(prefix + name);
-    return out;
-}
 
 } // namespace
 
@@ -171,7 +154,7 @@ void EraserDriver::shred(const Shred& item) {
     if (::lstat(item.path.c_str(), &st) != 0)
         return;
     if (S_ISDIR(st.st_mode) && item.contentsOnly) {
-        const auto entries = folderEntries(item.path);
+        const auto entries = erase::topLevelEntries(item.path);
         if (!entries.empty())
             deleter_.deleteFiles(entries);
         return;

@@ -2,7 +2,7 @@
 
 #include "core/PropertyList.h"
 #include "erase/Deleter.h"
-#include "system/FolderEntries.h"
+#include "erase/FolderEntries.h"
 
 #include <fstream>
 #include <sys/stat.h>
@@ -10,6 +10,9 @@
 namespace tpc::system {
 
 namespace fs = std::filesystem;
+using erase::entryExists;
+using erase::isRealFolder;
+using erase::topLevelEntries;
 
 namespace {
 

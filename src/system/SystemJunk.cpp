@@ -4,12 +4,12 @@
 #include "core/Record.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
+#include "erase/FolderEntries.h"
 #include "erase/TreeMeasure.h"
 #include "platform/Platform.h"
 #include "platform/PreferenceDomains.h"
 #include "platform/RecentFiles.h"
 #include "platform/SharedFileList.h"
-#include "system/FolderEntries.h"
 #include "system/FreedesktopTrash.h"
 
 #include <charconv>
@@ -19,6 +19,7 @@ namespace tpc::system {
 namespace {
 
 namespace fs = std::filesystem;
+using erase::topLevelEntries;
 using platform::RecentFiles;
 
 // The system's recent applications and servers live in this preference domain.

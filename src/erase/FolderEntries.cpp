@@ -1,11 +1,11 @@
-#include "system/FolderEntries.h"
+#include "erase/FolderEntries.h"
 
 #include "erase/FileWalk.h"
 
 #include <algorithm>
 #include <sys/stat.h>
 
-namespace tpc::system {
+namespace tpc::erase {
 
 namespace fs = std::filesystem;
 
@@ -22,18 +22,18 @@ bool isRealFolder(const fs::path& path) {
 std::vector<std::string> topLevelEntries(const fs::path& folder) {
     std::vector<std::string> out;
     std::string parent, name;
-    if (!erase::splitItemPath(folder.string(), parent, name))
+    if (!splitItemPath(folder.string(), parent, name))
         return out;
     // Opened without following a link, so what is listed is the folder that was checked.
-    auto parentFd = erase::openLookupFolder(parent);
+    auto parentFd = openLookupFolder(parent);
     if (!parentFd)
         return out;
-    auto folderFd = erase::openSubfolder(parentFd.get(), name);
+    auto folderFd = openSubfolder(parentFd.get(), name);
     if (!folderFd)
         return out;
     std::vector<std::string> names;
     int error = 0;
-    if (!erase::listFolder(folderFd.get(), names, error))
+    if (!listFolder(folderFd.get(), names, error))
         return out;
     std::sort(names.begin(), names.end());
     const auto base = fs::path(parent) / name;
@@ -42,4 +42,4 @@ std::vector<std::string> topLevelEntries(const fs::path& folder) {
     return out;
 }
 
-} // namespace tpc::system
+} // namespace tpc::erase

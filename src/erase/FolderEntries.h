@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace tpc::system {
+namespace tpc::erase {
 
 // True when something (anything, a dangling link too) is at `path`.
 bool entryExists(const std::filesystem::path& path);
@@ -18,4 +18,4 @@ bool isRealFolder(const std::filesystem::path& path);
 // when `folder` is missing, not a folder, or a link.
 std::vector<std::string> topLevelEntries(const std::filesystem::path& folder);
 
-} // namespace tpc::system
+} // namespace tpc::erase
