@@ -1,27 +1,20 @@
 #pragma once
-// The engine on a fake home and root with a recording front end, the command line's queue main
-// thread, a fake clock and recorded quits; applications are "installed" as bundles with an
-// Info.plist (macos) or as desktop entries (linux).
+// The engine on a fake home and root for the Recents page, with recorded quits; applications are
+// "installed" as bundles with an Info.plist (macos) or as desktop entries (linux).
 
 #include "apps/AppCatalogue.h"
 #include "apps/AppKeys.h"
 #include "apps/AppTraces.h"
 #include "apps/RecentsDriver.h"
-#include "core/AppDelegate.h"
-#include "core/Clock.h"
 #include "core/Keys.h"
-#include "core/MainThread.h"
 #include "core/PropertyList.h"
 #include "core/Record.h"
-#include "core/RecordingFrontend.h"
-#include "core/SystemLog.h"
-#include "platform/Platform.h"
+#include "support/EngineHarness.h"
 #include "support/RecordingRunningApps.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -57,24 +50,10 @@ inline std::vector<std::string> names(const core::ArrayRef& list) {
     return out;
 }
 
-struct AppsHarness {
-    TempDir dir;
-    std::shared_ptr<RecordingRunningApps> running = std::make_shared<RecordingRunningApps>();
-    core::RecordingFrontend frontend;
-    core::QueueMainThread mainThread;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
-    core::SystemLog log{false};
-    std::unique_ptr<platform::Platform> platform;
-    std::unique_ptr<core::AppDelegate> app;
+class AppsHarness : public EngineHarness<core::RecordingFrontend> {
+public:
+    AppsHarness() : EngineHarness(core::Category::Recents) {}
 
-    AppsHarness() {
-        fs::create_directories(home());
-        fs::create_directories(root());
-    }
-    ~AppsHarness() { stop(); }
-
-    fs::path home() const { return dir.path() / "home"; }
-    fs::path root() const { return dir.path() / "root"; }
     fs::path applications() const { return root() / "Applications"; }
     fs::path caches() const { return platform->caches(); }
     fs::path prefs() const { return platform->preferences(); }
@@ -90,21 +69,6 @@ struct AppsHarness {
         return path;
     }
 
-    core::AppDelegate& start(platform::Layout layout = platform::Layout::MacOS) {
-        stop();
-        platform::PlatformOptions o;
-        o.layout = layout;
-        o.home = home();
-        o.root = root();
-        o.environment = std::map<std::string, std::string>{};
-        o.runningApps = running;
-        platform = std::make_unique<platform::Platform>(o);
-        app = std::make_unique<core::AppDelegate>(
-            core::AppServices{frontend, mainThread, *platform, clock, log});
-        app->startUp(core::StartupOptions{.headless = true});
-        return *app;
-    }
-
     tpc::apps::AppCatalogue& catalogue() { return app->appCatalogue(); }
     tpc::apps::AppTraces& traces() { return app->appTraces(); }
     tpc::apps::RecentsDriver& driver() { return app->recentsDriver(); }
@@ -114,43 +78,10 @@ struct AppsHarness {
         return i < 0 ? nullptr : list()->at(static_cast<std::size_t>(i)).dict();
     }
 
-    void run(core::TaskKind kind) {
-        auto done = [this, kind] {
-            return !app->flags().running(core::Category::Recents, kind) && app->tasks().idle();
-        };
-        mainThread.runUntil(done);
-        ASSERT_TRUE(done());
-    }
-    void scan() {
-        driver().buttonScanClicked(core::Sender::Button);
-        run(core::TaskKind::Scan);
-    }
-    void clean() {
-        driver().buttonCleanClicked(core::Sender::Button);
-        run(core::TaskKind::Clean);
-    }
+    std::shared_ptr<RecordingRunningApps> running = std::make_shared<RecordingRunningApps>();
 
-    void stop() {
-        if (!app)
-            return;
-        app->flags().abortAllOtherScansAndCleans();
-        mainThread.runUntil(
-            [this] { return app->flags().allScansAndCleansAborted() && app->tasks().idle(); });
-        app->tasks().joinAll();
-        app.reset();
-    }
-
-    bool logged(const std::string& line) const {
-        const auto lines = log.lines();
-        return std::find(lines.begin(), lines.end(), line) != lines.end();
-    }
-    std::vector<std::string> statuses() const {
-        std::vector<std::string> out;
-        for (const auto& e : frontend.eventsOf(core::FrontendEvent::Type::Progress))
-            if (e.progress.status)
-                out.push_back(*e.progress.status);
-        return out;
-    }
+protected:
+    void configure(platform::PlatformOptions& o) override { o.runningApps = running; }
 };
 
 // A record for the traces alone, every option off unless switched on after.

@@ -59,7 +59,7 @@ TEST_F(Driver, AfterARemovalTheCleanAsksFirstAndCanScanInstead) {
     h.catalogue().removeRow(h.catalogue().findRow("Calc"));
     h.frontend.scriptAlertAnswers({core::AlertAlternate});
     h.driver().buttonCleanClicked(core::Sender::Button);
-    h.run(core::TaskKind::Scan);
+    h.waitForTask(core::TaskKind::Scan);
 
     const auto alerts = h.frontend.eventsOf(FrontendEvent::Type::Alert);
     ASSERT_EQ(alerts.size(), 1u);
@@ -73,7 +73,7 @@ TEST_F(Driver, AfterARemovalTheCleanAsksFirstAndCanScanInstead) {
 TEST_F(Driver, AnAbortStopsTheCleanBeforeItRemovesAnything) {
     h.driver().buttonCleanClicked(core::Sender::Button);
     h.driver().buttonCleanClicked(core::Sender::AbortButton);
-    h.run(core::TaskKind::Clean);
+    h.waitForTask(core::TaskKind::Clean);
     EXPECT_TRUE(fs::exists(h.caches() / "org.calc"));
     EXPECT_TRUE(h.running->terminated.empty());
     EXPECT_FALSE(h.app->flags().aborting(core::Category::Recents, core::TaskKind::Clean));

@@ -7,17 +7,27 @@
 #include <algorithm>
 #include <atomic>
 #include <gtest/gtest.h>
+#include <map>
 
 namespace tpc::test {
 namespace {
 
 using Event = erase::HelperConnection::Event;
+using Reply = std::optional<std::string>;
+using Answer = std::function<Reply(const wire::Message&)>;
+
+// Answers each request by its name; anything else gets `otherwise`.
+Answer replies(std::map<std::string, Reply> byRequest, Reply otherwise = "ok") {
+    return [byRequest = std::move(byRequest), otherwise](const wire::Message& m) -> Reply {
+        auto it = byRequest.find(m.request.value_or(""));
+        return it == byRequest.end() ? otherwise : it->second;
+    };
+}
 
 class HelperClientTest : public ::testing::Test {
 protected:
-    // The reply every fake connection gives; "test" is answered "ok" unless said otherwise.
-    std::function<std::optional<std::string>(const wire::Message&)> answer =
-        [](const wire::Message&) -> std::optional<std::string> {
+    // The reply every fake connection gives (none unless a test says otherwise).
+    Answer answer = [](const wire::Message&) -> Reply {
         return std::nullopt;
     };
 
@@ -30,24 +40,7 @@ protected:
     std::vector<std::shared_ptr<FakeHelperConnection>> made;
     std::unique_ptr<erase::HelperClient> client;
 
-    void SetUp() override {
-        client = std::make_unique<erase::HelperClient>(erase::HelperClientEnv{
-            .clock = clock,
-            .log = log,
-            .abortCleaning = abortCleaning,
-            .deletionOption = [this] { return option; },
-            .connectionFactory = [this]() -> std::shared_ptr<erase::HelperConnection> {
-                if (factoryFails)
-                    return nullptr;
-                auto c = std::make_shared<FakeHelperConnection>(
-                    [this](const wire::Message& m) { return answer(m); });
-                made.push_back(c);
-                return c;
-            },
-            .installer = installer,
-            .expectedVersion = "1.0",
-        });
-    }
+    void SetUp() override { remake("1.0"); }
     void TearDown() override { client.reset(); }
 
     void remake(const std::string& expectedVersion) {
@@ -58,6 +51,8 @@ protected:
             .abortCleaning = abortCleaning,
             .deletionOption = [this] { return option; },
             .connectionFactory = [this]() -> std::shared_ptr<erase::HelperConnection> {
+                if (factoryFails)
+                    return nullptr;
                 auto c = std::make_shared<FakeHelperConnection>(
                     [this](const wire::Message& m) { return answer(m); });
                 made.push_back(c);
@@ -83,11 +78,13 @@ protected:
     }
 };
 
-TEST_F(HelperClientTest, PlainDeletionSendsDeleteWithoutEraseOption) {
+TEST_F(HelperClientTest, DeleteOrEraseIsSentWithAFreshUuidAndTheNulTerminatedPath) {
     option = -1;
     client->deleteViaHelperTool("/Library/Caches/x");
+    option = 8;
+    client->deleteViaHelperTool("/private/var/log/x.log");
     auto sent = requests();
-    ASSERT_EQ(sent.size(), 1u);
+    ASSERT_EQ(sent.size(), 2u);
     EXPECT_EQ(sent[0].request, "delete");
     EXPECT_FALSE(sent[0].eraseOption);
     ASSERT_TRUE(sent[0].uuid);
@@ -97,22 +94,9 @@ TEST_F(HelperClientTest, PlainDeletionSendsDeleteWithoutEraseOption) {
     ASSERT_EQ(sent[0].path->size(), path.size() + 1);
     EXPECT_EQ(sent[0].path->back(), 0);
     EXPECT_EQ(wire::pathFromData(*sent[0].path), path);
-}
 
-TEST_F(HelperClientTest, EraseSendsTheMethodAsEraseOption) {
-    option = 8;
-    client->deleteViaHelperTool("/private/var/log/x.log");
-    auto sent = requests();
-    ASSERT_EQ(sent.size(), 1u);
-    EXPECT_EQ(sent[0].request, "erase");
-    EXPECT_EQ(sent[0].eraseOption, 8u);
-}
-
-TEST_F(HelperClientTest, EachRequestGetsAFreshUuid) {
-    client->deleteViaHelperTool("/a");
-    client->deleteViaHelperTool("/b");
-    auto sent = requests();
-    ASSERT_EQ(sent.size(), 2u);
+    EXPECT_EQ(sent[1].request, "erase");
+    EXPECT_EQ(sent[1].eraseOption, 8u);
     EXPECT_NE(sent[0].uuid, sent[1].uuid);
 }
 
@@ -120,7 +104,7 @@ TEST_F(HelperClientTest, StartedRequestIsPolledUntilTheHelperSaysNo) {
     std::vector<std::string> opsReplies = {"yes", "yes", "no"};
     std::size_t polls = 0;
     std::vector<bool> runningDuringPolls;
-    answer = [&](const wire::Message& m) -> std::optional<std::string> {
+    answer = [&](const wire::Message& m) -> Reply {
         if (m.request == wire::kDelete)
             return "started";
         if (m.request == wire::kOpsRunning) {
@@ -132,7 +116,6 @@ TEST_F(HelperClientTest, StartedRequestIsPolledUntilTheHelperSaysNo) {
     client->deleteViaHelperTool("/etc/x");
     client->waitForPolls();
     EXPECT_FALSE(client->helperOpsRunning());
-    EXPECT_EQ(polls, 3u);
     EXPECT_EQ(runningDuringPolls, (std::vector<bool>{true, true, true}));
     auto sent = requests();
     ASSERT_EQ(sent.size(), 4u);
@@ -144,26 +127,18 @@ TEST_F(HelperClientTest, StartedRequestIsPolledUntilTheHelperSaysNo) {
     // One 0.5 s sleep before each poll.
     EXPECT_EQ(clock.sleepCalls(), 3u);
     EXPECT_EQ(clock.now().time_since_epoch(), core::Clock::seconds(1.5));
-}
-
-TEST_F(HelperClientTest, MissingOpsRunningReplyEndsThePoll) {
-    answer = [&](const wire::Message& m) -> std::optional<std::string> {
-        if (m.request == wire::kErase)
-            return "started";
-        if (m.request == wire::kOpsRunning)
-            return std::nullopt;
-        return "ok";
-    };
+    // A missing "ops running" reply ends the poll too.
+    answer = replies({{wire::kErase, "started"}, {wire::kOpsRunning, std::nullopt}});
     option = 3;
-    client->deleteViaHelperTool("/etc/x");
+    client->deleteViaHelperTool("/etc/y");
     client->waitForPolls();
     EXPECT_FALSE(client->helperOpsRunning());
-    EXPECT_EQ(requests().size(), 2u);
+    EXPECT_EQ(requests().size(), 6u);
 }
 
 TEST_F(HelperClientTest, AbortIsSentWithTheSameUuidAndDoneEndsTheWait) {
     std::size_t polls = 0;
-    answer = [&](const wire::Message& m) -> std::optional<std::string> {
+    answer = [&](const wire::Message& m) -> Reply {
         if (m.request == wire::kErase)
             return "started";
         if (m.request == wire::kOpsRunning) {
@@ -172,9 +147,7 @@ TEST_F(HelperClientTest, AbortIsSentWithTheSameUuidAndDoneEndsTheWait) {
                 abortCleaning.store(true);
             return "yes";
         }
-        if (m.request == wire::kAbort)
-            return "done";
-        return "ok";
+        return m.request == wire::kAbort ? "done" : "ok";
     };
     option = 8;
     client->deleteViaHelperTool("/var/big");
@@ -190,17 +163,15 @@ TEST_F(HelperClientTest, AbortIsSentWithTheSameUuidAndDoneEndsTheWait) {
     EXPECT_FALSE(sent[3].eraseOption);
 }
 
-TEST_F(HelperClientTest, AbortIsSentAgainOnEveryPassUntilDone) {
+TEST_F(HelperClientTest, AbortIsSentAgainOnEveryPassUntilDoneOrNoReply) {
     abortCleaning.store(true);
     int aborts = 0;
-    answer = [&](const wire::Message& m) -> std::optional<std::string> {
+    answer = [&](const wire::Message& m) -> Reply {
         if (m.request == wire::kErase)
             return "started";
         if (m.request == wire::kAbort)
             return ++aborts < 3 ? "yes" : "done";
-        if (m.request == wire::kOpsRunning)
-            return "yes";
-        return "ok";
+        return m.request == wire::kOpsRunning ? "yes" : "ok";
     };
     option = 0;
     client->deleteViaHelperTool("/var/big");
@@ -209,39 +180,27 @@ TEST_F(HelperClientTest, AbortIsSentAgainOnEveryPassUntilDone) {
     EXPECT_EQ(aborts, 3);
     // Each pass with an abort also tests the connection first.
     EXPECT_TRUE(logged("Sending request: test"));
-}
 
-TEST_F(HelperClientTest, MissingAbortReplyCountsAsFinished) {
-    abortCleaning.store(true);
-    answer = [&](const wire::Message& m) -> std::optional<std::string> {
-        if (m.request == wire::kDelete)
-            return "started";
-        if (m.request == wire::kAbort)
-            return std::nullopt;
-        return "ok";
-    };
+    // A missing abort reply counts as finished.
+    answer = replies({{wire::kDelete, "started"}, {wire::kAbort, std::nullopt}});
+    option = -1;
+    const auto before = requests().size();
     client->deleteViaHelperTool("/var/x");
     client->waitForPolls();
     EXPECT_FALSE(client->helperOpsRunning());
     auto sent = requests();
-    ASSERT_EQ(sent.size(), 2u);
-    EXPECT_EQ(sent[1].request, "abort");
+    ASSERT_EQ(sent.size(), before + 2);
+    EXPECT_EQ(sent.back().request, "abort");
 }
 
-TEST_F(HelperClientTest, MissingReplyClearsAtOnce) {
-    client->deleteViaHelperTool("/x");
-    EXPECT_FALSE(client->helperOpsRunning());
-    client->waitForPolls();
-    EXPECT_EQ(requests().size(), 1u);
-    EXPECT_EQ(clock.sleepCalls(), 0u);
-}
-
-TEST_F(HelperClientTest, AnyOtherReplyClearsAtOnce) {
-    answer = [](const wire::Message&) -> std::optional<std::string> {
-        return "refused";
-    };
-    client->deleteViaHelperTool("/x");
-    EXPECT_FALSE(client->helperOpsRunning());
+TEST_F(HelperClientTest, MissingOrOtherReplyClearsAtOnce) {
+    for (Reply reply : {Reply{}, Reply{"refused"}}) {
+        answer = replies({}, reply);
+        client->deleteViaHelperTool("/x");
+        EXPECT_FALSE(client->helperOpsRunning());
+        client->waitForPolls();
+    }
+    EXPECT_EQ(requests().size(), 2u);
     EXPECT_EQ(clock.sleepCalls(), 0u);
 }
 
@@ -253,10 +212,8 @@ TEST_F(HelperClientTest, WithoutAConnectionTheRequestEndsAtOnce) {
     EXPECT_FALSE(client->hasConnection());
 }
 
-TEST_F(HelperClientTest, ConnectionIsMadeOnceAndResumed) {
-    answer = [](const wire::Message&) -> std::optional<std::string> {
-        return "ok";
-    };
+TEST_F(HelperClientTest, ConnectionIsMadeOnceTestedOnReuseAndReplacedWithoutReply) {
+    answer = replies({});
     client->ensureHelperToolConnection();
     ASSERT_EQ(made.size(), 1u);
     EXPECT_TRUE(made[0]->resumed());
@@ -267,19 +224,15 @@ TEST_F(HelperClientTest, ConnectionIsMadeOnceAndResumed) {
     ASSERT_EQ(sent.size(), 1u);
     EXPECT_EQ(sent[0].request, "test");
     EXPECT_TRUE(logged("Sending request: test"));
-}
 
-TEST_F(HelperClientTest, TestWithoutReplyReplacesTheConnection) {
-    client->ensureHelperToolConnection();
+    answer = replies({}, std::nullopt);
     client->ensureHelperToolConnection();
     EXPECT_EQ(made.size(), 2u);
     EXPECT_TRUE(client->hasConnection());
 }
 
 TEST_F(HelperClientTest, ConnectionEventsAreLoggedWithTheirTexts) {
-    answer = [](const wire::Message&) -> std::optional<std::string> {
-        return "ok";
-    };
+    answer = replies({});
     client->ensureHelperToolConnection();
     ASSERT_EQ(made.size(), 1u);
     made[0]->fire(Event::NotAnError);
@@ -301,16 +254,13 @@ TEST_F(HelperClientTest, ConnectionEventsAreLoggedWithTheirTexts) {
     EXPECT_TRUE(client->hasConnection());
 }
 
-TEST_F(HelperClientTest, MissingJobIsBlessed) {
+TEST_F(HelperClientTest, MissingJobIsBlessedAndAFailureLogged) {
     installer.exists = false;
     client->initialConnectionWithHelperToolThread();
     EXPECT_EQ(installer.blessCalls, 1);
     EXPECT_TRUE(made.empty());
     EXPECT_EQ(clock.sleepCalls(), 0u);
-}
 
-TEST_F(HelperClientTest, BlessFailureIsLogged) {
-    installer.exists = false;
     installer.blessSucceeds = false;
     installer.blessError = "pkexec exited with status 126";
     client->initialConnectionWithHelperToolThread();
@@ -319,9 +269,7 @@ TEST_F(HelperClientTest, BlessFailureIsLogged) {
 
 TEST_F(HelperClientTest, OlderInstalledHelperIsBlessedAgainAndTheConnectionForgotten) {
     remake("1.1");
-    answer = [](const wire::Message& m) -> std::optional<std::string> {
-        return m.request == wire::kGetVersionNumber ? "1.0" : "ok";
-    };
+    answer = replies({{wire::kGetVersionNumber, "1.0"}});
     client->initialConnectionWithHelperToolThread();
     EXPECT_TRUE(logged("Sending request: Get Version Number"));
     EXPECT_TRUE(logged("Received response: installed version is 1.0"));
@@ -329,65 +277,35 @@ TEST_F(HelperClientTest, OlderInstalledHelperIsBlessedAgainAndTheConnectionForgo
     EXPECT_FALSE(client->hasConnection());
     EXPECT_EQ(clock.sleepCalls(), 1u);
     EXPECT_EQ(clock.now().time_since_epoch(), core::Clock::seconds(0.5));
-}
 
-TEST_F(HelperClientTest, FailedUpdateIsLoggedAndTheConnectionStillForgotten) {
+    // A failed update is logged, and the connection still forgotten.
     remake("2.0");
     installer.blessSucceeds = false;
     installer.blessError = "denied";
-    answer = [](const wire::Message& m) -> std::optional<std::string> {
-        return m.request == wire::kGetVersionNumber ? "1.0" : "ok";
-    };
     client->initialConnectionWithHelperToolThread();
     EXPECT_TRUE(logged("Failed to bless helper. Error: denied"));
     EXPECT_FALSE(client->hasConnection());
 }
 
-TEST_F(HelperClientTest, VersionsCompareAsWholeNumbersNotComponents) {
-    // "1.10" reads as 1.1, which is below 1.9.
-    remake("1.10");
-    answer = [](const wire::Message& m) -> std::optional<std::string> {
-        return m.request == wire::kGetVersionNumber ? "1.9" : "ok";
-    };
-    client->initialConnectionWithHelperToolThread();
-    EXPECT_TRUE(logged("Received response: installed version is 1.9"));
-    EXPECT_EQ(installer.blessCalls, 0);
-    EXPECT_TRUE(client->hasConnection());
-}
-
-TEST_F(HelperClientTest, EqualOrNewerInstalledHelperIsKept) {
-    for (const char* installed : {"1.0", "1.00", "2"}) {
-        remake("1.0");
-        answer = [installed](const wire::Message& m) -> std::optional<std::string> {
-            return m.request == wire::kGetVersionNumber ? installed : "ok";
-        };
+TEST_F(HelperClientTest, EqualNewerUnreadableOrMissingVersionIsNotReinstalled) {
+    // "1.10" reads as 1.1, which is below 1.9: versions compare as whole numbers.
+    const std::vector<std::pair<std::string, Reply>> cases = {
+        {"1.10", "1.9"}, {"1.0", "1.0"},     {"1.0", "1.00"},
+        {"1.0", "2"},    {"1.1", "refused"}, {"1.1", std::nullopt}};
+    for (const auto& [expected, installed] : cases) {
+        remake(expected);
+        answer = replies({{wire::kGetVersionNumber, installed}});
         client->initialConnectionWithHelperToolThread();
-        EXPECT_EQ(installer.blessCalls, 0) << installed;
+        EXPECT_EQ(installer.blessCalls, 0) << expected << " " << installed.value_or("none");
+        EXPECT_TRUE(client->hasConnection());
     }
-}
-
-TEST_F(HelperClientTest, UnreadableOrMissingVersionIsNotReinstalled) {
-    remake("1.1");
-    answer = [](const wire::Message& m) -> std::optional<std::string> {
-        return m.request == wire::kGetVersionNumber ? "refused" : "ok";
-    };
-    client->initialConnectionWithHelperToolThread();
-    EXPECT_EQ(installer.blessCalls, 0);
-
-    remake("1.1");
-    answer = [](const wire::Message&) -> std::optional<std::string> {
-        return std::nullopt;
-    };
-    client->initialConnectionWithHelperToolThread();
+    EXPECT_TRUE(logged("Received response: installed version is 1.9"));
     EXPECT_TRUE(logged("Received response: installed version is (null)"));
-    EXPECT_EQ(installer.blessCalls, 0);
 }
 
 TEST_F(HelperClientTest, VersionReplyAfterTheHalfSecondChangesNothing) {
     remake("1.1");
-    answer = [](const wire::Message&) -> std::optional<std::string> {
-        return "ok";
-    };
+    answer = replies({});
     client->ensureHelperToolConnection();
     ASSERT_EQ(made.size(), 1u);
     made[0]->deferReplies();
@@ -398,35 +316,8 @@ TEST_F(HelperClientTest, VersionReplyAfterTheHalfSecondChangesNothing) {
     EXPECT_TRUE(client->hasConnection());
 }
 
-TEST_F(HelperClientTest, ClearHelperOpsRunning) {
-    answer = [](const wire::Message& m) -> std::optional<std::string> {
-        return m.request == wire::kDelete ? "started" : "no";
-    };
-    client->deleteViaHelperTool("/x");
-    client->waitForPolls();
-    EXPECT_FALSE(client->helperOpsRunning());
-    client->clearHelperOpsRunning();
-    EXPECT_FALSE(client->helperOpsRunning());
-}
-
-TEST(HelperClientShutdown, DestroyingTheClientEndsAPollThatNeverFinishes) {
-    core::FakeClock clock;
-    core::SystemLog log(false);
-    std::atomic<bool> abortCleaning{false};
-    FakeInstaller installer;
-    auto client = std::make_unique<erase::HelperClient>(erase::HelperClientEnv{
-        .clock = clock,
-        .log = log,
-        .abortCleaning = abortCleaning,
-        .deletionOption = [] { return std::int64_t{-1}; },
-        .connectionFactory = []() -> std::shared_ptr<erase::HelperConnection> {
-            return std::make_shared<FakeHelperConnection>(
-                [](const wire::Message& m) -> std::optional<std::string> {
-                    return m.request == wire::kDelete ? "started" : "yes";
-                });
-        },
-        .installer = installer,
-    });
+TEST_F(HelperClientTest, DestroyingTheClientEndsAPollThatNeverFinishes) {
+    answer = replies({{wire::kDelete, "started"}}, "yes");
     client->deleteViaHelperTool("/x");
     EXPECT_TRUE(client->helperOpsRunning());
     // The poll never ends by itself ("yes" forever); the client's end stops it.

@@ -90,7 +90,7 @@ protected:
 };
 
 TEST_F(SystemTasks, ScanCountsEveryCategoryAndReportsTheTotals) {
-    h.app.flags().setChangesMade(true);
+    h.app->flags().setChangesMade(true);
     h.scan();
     EXPECT_EQ(h.count(system::kRecentDocuments), "3 items");
     EXPECT_EQ(h.count(system::kRecentPlaces), "3 items");
@@ -109,8 +109,8 @@ TEST_F(SystemTasks, ScanCountsEveryCategoryAndReportsTheTotals) {
     EXPECT_EQ(h.statuses(),
               (std::vector<std::string>{"Preparing...", "Scanning System...", "Done...", " "}));
     EXPECT_FALSE(h.frontend.progressWindowShown());
-    EXPECT_FALSE(h.app.flags().changesMade());
-    EXPECT_FALSE(h.app.flags().running(core::Category::System, core::TaskKind::Scan));
+    EXPECT_FALSE(h.app->flags().changesMade());
+    EXPECT_FALSE(h.app->flags().running(core::Category::System, core::TaskKind::Scan));
     // The button raises the window once, each count script once more.
     EXPECT_EQ(h.frontend.eventsOf(Type::Front).size(), 3u);
 }
@@ -133,11 +133,11 @@ TEST_F(SystemTasks, CleanEmptiesTheMarkedCategoriesThenShowsTheRescan) {
               (std::vector<std::string>{"Preparing...", "Cleaning Recents & Caches...",
                                         "Scanning System...", "Done...", " "}));
     EXPECT_FALSE(h.frontend.progressWindowShown());
-    EXPECT_FALSE(h.app.flags().running(core::Category::System, core::TaskKind::Clean));
+    EXPECT_FALSE(h.app->flags().running(core::Category::System, core::TaskKind::Clean));
 }
 
 TEST_F(SystemTasks, CleanAfterUnscannedChangesCanScanInstead) {
-    h.app.flags().setChangesMade(true);
+    h.app->flags().setChangesMade(true);
     h.frontend.scriptAlertAnswers({core::AlertAlternate});
     h.clean();
     EXPECT_EQ(h.frontend.eventsOf(Type::Alert).at(0).alert.title, "Changes Made");
@@ -148,8 +148,8 @@ TEST_F(SystemTasks, CleanAfterUnscannedChangesCanScanInstead) {
 TEST_F(SystemTasks, AnAbortedScanLeavesTheListAsItWas) {
     h.driver().buttonScanClicked(core::Sender::Button);
     h.driver().buttonScanClicked(core::Sender::AbortButton);
-    h.waitFor(core::TaskKind::Scan);
-    h.main.runUntil([this] { return h.app.flags().allScansAndCleansAborted(); });
+    h.waitForTask(core::TaskKind::Scan);
+    h.serveUntil([this] { return h.app->flags().allScansAndCleansAborted(); });
     const auto statuses = h.statuses();
     EXPECT_NE(std::find(statuses.begin(), statuses.end(), "Aborted..."), statuses.end());
     EXPECT_EQ(h.count(system::kTrash), "0 items");

@@ -1,17 +1,15 @@
 #pragma once
-// The System page on a fake home: a scripted GUI-scripting service, the deletion engine alone
-// (for SystemJunk) or the whole engine (for the driver) with a recording front end, the queue
-// main thread and a fake clock.
+// The System page on a fake home with a scripted GUI-scripting service: the deletion engine alone
+// (for SystemJunk) or the whole engine (for the driver).
 
-#include "core/AppDelegate.h"
 #include "core/Clock.h"
-#include "core/MainThread.h"
 #include "core/Record.h"
 #include "core/RecordingFrontend.h"
 #include "core/SystemLog.h"
 #include "core/TaskFlags.h"
 #include "erase/Deleter.h"
 #include "platform/Platform.h"
+#include "support/EngineHarness.h"
 #include "support/TempDir.h"
 #include "system/SystemDriver.h"
 #include "system/SystemJunk.h"
@@ -118,25 +116,19 @@ public:
 };
 
 // The whole engine, driven like the page's buttons.
-class AppHarness {
+class AppHarness : public EngineHarness<NoticeFrontend> {
 public:
     explicit AppHarness(platform::Layout layout = platform::Layout::MacOS)
-        : platform(fakeHome(dir.path() / "home", layout, scripts)),
-          app(core::AppServices{frontend, main, platform, clock, log}) {
-        app.startUp(core::StartupOptions{.headless = true});
+        : EngineHarness(core::Category::System) {
+        start(layout);
         frontend.downloadsMarked = [this] {
             return core::isMarked(row(system::kUserDownloads));
         };
     }
-    ~AppHarness() {
-        app.flags().abortAllOtherScansAndCleans();
-        main.runUntil(
-            [this] { return app.flags().allScansAndCleansAborted() && app.tasks().idle(); });
-        app.tasks().joinAll();
-    }
+    // Before the front end's hook into this harness goes.
+    ~AppHarness() override { stop(); }
 
-    fs::path home() const { return platform.home(); }
-    system::SystemDriver& driver() { return app.systemDriver(); }
+    system::SystemDriver& driver() { return app->systemDriver(); }
     core::DictRef row(const std::string& name) {
         for (const auto& rec : driver().list()->dicts())
             if (core::description(rec) == name)
@@ -145,36 +137,16 @@ public:
     }
     std::string count(const std::string& name) { return row(name)->getString(core::keys::Count); }
 
-    void scan() {
-        driver().buttonScanClicked(core::Sender::Button);
-        waitFor(core::TaskKind::Scan);
-    }
+    // A clean ends with the scan it starts.
     void clean() {
-        driver().buttonCleanClicked(core::Sender::Button);
-        waitFor(core::TaskKind::Clean);
-        waitFor(core::TaskKind::Scan);
-    }
-    void waitFor(core::TaskKind kind) {
-        main.runUntil([this, kind] {
-            return !app.flags().running(core::Category::System, kind) && app.tasks().idle();
-        });
-    }
-    std::vector<std::string> statuses() const {
-        std::vector<std::string> out;
-        for (const auto& e : frontend.eventsOf(Type::Progress))
-            if (e.progress.status)
-                out.push_back(*e.progress.status);
-        return out;
+        EngineHarness::clean();
+        waitForTask(Scan);
     }
 
-    TempDir dir;
     std::shared_ptr<FakeScriptRunner> scripts = std::make_shared<FakeScriptRunner>();
-    NoticeFrontend frontend;
-    core::QueueMainThread main;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
-    core::SystemLog log{false};
-    platform::Platform platform;
-    core::AppDelegate app;
+
+protected:
+    void configure(platform::PlatformOptions& o) override { o.scriptRunner = scripts; }
 };
 
 } // namespace tpc::test::sys

@@ -61,31 +61,23 @@ class FrontendTest : public QObject {
     Q_OBJECT
 private slots:
     // Progress, result line and subtitles.
-    void progressRequestsReachTheSheet();
-    void resultLineAndSubtitles();
+    void progressResultLineAndSubtitlesReachTheWindow();
     // Button updates.
-    void setHiddenDisablesAndLeavesTheButtonVisible();
-    void setHiddenIsAppliedAfterSetEnabled();
-    void titlesChangeAndUnknownOrDeletedButtonsAreIgnored();
-    void aDisabledPageDoesNotLeakIntoTheButtonsOwnState();
+    void buttonUpdatesHideAsDisabledChangeTitlesAndIgnoreUnknownButtons();
     // Alerts.
     void panelAlertButtonsAnswerOneZeroMinusOne();
     void messageAlertButtonsAnswerOneZeroMinusOne();
-    void showAlertUsesTheOverrideInsteadOfAModalBox();
     // Window requests.
-    void showMainWindowShowsItAndOtherRequestsAreOnlyPassedOn();
+    void showMainWindowShowsItAndOtherRequestsAndAlertsArePassedOn();
     // Status item.
     void animationFramesCycleZeroToEightAndStopRestoresTheIdleIcon();
-    void statusMenuEntriesCallTheirHandlers();
-    void aRemovedStatusItemIgnoresLaterRequests();
+    void statusMenuEntriesCallTheirHandlersUntilTheItemIsRemoved();
     // Preferences page.
-    void preferencesShowTheStoredDeletionChoice();
-    void deletionChoiceIsStoredAndDrivesThePopUp();
-    void checkBoxesStoreZeroOrOne();
-    void loginItemAndScheduleBoxes();
+    void deletionChoiceIsShownStoredAndDrivesThePopUp();
+    void checkBoxesStoreZeroOrOneAndDriveTheLoginItemAndSchedule();
 };
 
-void FrontendTest::progressRequestsReachTheSheet() {
+void FrontendTest::progressResultLineAndSubtitlesReachTheWindow() {
     Desktop d;
     d.window.show();
     core::ProgressMessage m;
@@ -106,10 +98,7 @@ void FrontendTest::progressRequestsReachTheSheet() {
     QCOMPARE(aborted, 1);
     d.frontend.endProgressWindow();
     QVERIFY(!d.sheet.isVisible());
-}
 
-void FrontendTest::resultLineAndSubtitles() {
-    Desktop d;
     d.frontend.updateTextFieldResult(std::string("12 items, 3.40 MB"));
     QCOMPARE(d.window.resultText(), QString("12 items, 3.40 MB"));
     QVERIFY(d.window.resultImageShown());
@@ -125,84 +114,46 @@ void FrontendTest::resultLineAndSubtitles() {
     QVERIFY(!browsers->subTitle().has_value());
 }
 
-void FrontendTest::setHiddenDisablesAndLeavesTheButtonVisible() {
+void FrontendTest::buttonUpdatesHideAsDisabledChangeTitlesAndIgnoreUnknownButtons() {
     Desktop d;
     QWidget page;
     auto* scan = new QPushButton("Scan", &page);
     page.show();
-    d.frontend.registerButton("buttonBrowsersScan", scan);
+    d.frontend.registerButton("scan", scan);
 
-    auto hide = update("buttonBrowsersScan");
-    hide.setHidden = true;
-    d.frontend.updateButton(hide);
-    QVERIFY(!scan->isEnabled());
-    QVERIFY(scan->isVisible());
-
-    auto unhide = update("buttonBrowsersScan");
-    unhide.setHidden = false;
-    d.frontend.updateButton(unhide);
-    QVERIFY(scan->isEnabled());
-    QVERIFY(scan->isVisible());
-}
-
-void FrontendTest::setHiddenIsAppliedAfterSetEnabled() {
-    Desktop d;
-    QPushButton clean("Clean");
-    d.frontend.registerButton("clean", &clean);
-
-    auto u = update("clean");
+    // setHidden disables (the button stays visible) and is applied after setEnabled.
+    auto u = update("scan");
     u.setEnabled = true;
     u.setHidden = true;
     d.frontend.updateButton(u);
-    QVERIFY(!clean.isEnabled());
-
+    QVERIFY(!scan->isEnabled());
+    QVERIFY(scan->isVisible());
     u.setEnabled = false;
     u.setHidden = false;
     d.frontend.updateButton(u);
-    QVERIFY(clean.isEnabled());
-}
+    QVERIFY(scan->isEnabled());
+    QVERIFY(scan->isVisible());
 
-void FrontendTest::titlesChangeAndUnknownOrDeletedButtonsAreIgnored() {
-    Desktop d;
-    QPushButton scan("Scan");
-    d.frontend.registerButton("scan", &scan);
+    // Only the title changes; a disabled page does not leak into the button's own state.
+    page.setEnabled(false);
     auto title = update("scan");
     title.setTitle = "Abort";
     d.frontend.updateButton(title);
-    QCOMPARE(scan.text(), QString("Abort"));
-    QVERIFY(scan.isEnabled());
+    page.setEnabled(true);
+    QCOMPARE(scan->text(), QString("Abort"));
+    QVERIFY(scan->isEnabled());
 
-    // No button named: nothing happens.
-    auto nameless = update("");
-    nameless.setHidden = true;
-    d.frontend.updateButton(nameless);
-    auto unknown = update("nothing");
-    unknown.setHidden = true;
-    d.frontend.updateButton(unknown);
-    QVERIFY(scan.isEnabled());
-
+    // No button named, an unknown one or a deleted one: nothing happens.
     auto* gone = new QPushButton("Gone");
     d.frontend.registerButton("gone", gone);
     delete gone;
     QVERIFY(d.frontend.registeredButton("gone") == nullptr);
-    auto late = update("gone");
-    late.setHidden = true;
-    d.frontend.updateButton(late);
-}
-
-void FrontendTest::aDisabledPageDoesNotLeakIntoTheButtonsOwnState() {
-    Desktop d;
-    QWidget page;
-    auto* clean = new QPushButton("Clean", &page);
-    d.frontend.registerButton("clean", clean);
-    page.setEnabled(false);
-
-    // Only the title changes; the button's own enabled state is kept.
-    auto title = update("clean");
-    title.setTitle = "Clean now";
-    d.frontend.updateButton(title);
-    page.setEnabled(true);
-    QVERIFY(clean->isEnabled());
+    for (const char* name : {"", "nothing", "gone"}) {
+        auto ignored = update(name);
+        ignored.setHidden = true;
+        d.frontend.updateButton(ignored);
+    }
+    QVERIFY(scan->isEnabled());
 }
 
 void FrontendTest::panelAlertButtonsAnswerOneZeroMinusOne() {
@@ -264,23 +215,7 @@ void FrontendTest::messageAlertButtonsAnswerOneZeroMinusOne() {
     QCOMPARE(ack.box->escapeButton(), ack.box->buttons().front());
 }
 
-void FrontendTest::showAlertUsesTheOverrideInsteadOfAModalBox() {
-    Desktop d;
-    std::vector<std::string> asked;
-    d.frontend.alertOverride = [&](const core::AlertRequest& r) {
-        asked.push_back(r.title);
-        return 0;
-    };
-    core::AlertRequest r;
-    r.title = "Changes Made";
-    r.defaultButton = "Clean";
-    r.alternateButton = "Scan";
-    QCOMPARE(d.frontend.showAlert(r), 0);
-    QCOMPARE(asked.size(), std::size_t(1));
-    QCOMPARE(QString::fromStdString(asked.front()), QString("Changes Made"));
-}
-
-void FrontendTest::showMainWindowShowsItAndOtherRequestsAreOnlyPassedOn() {
+void FrontendTest::showMainWindowShowsItAndOtherRequestsAndAlertsArePassedOn() {
     Desktop d;
     std::vector<std::string> passed;
     d.frontend.onUi = [&](const std::string& action, const core::Value&) {
@@ -299,6 +234,17 @@ void FrontendTest::showMainWindowShowsItAndOtherRequestsAreOnlyPassedOn() {
     d.window.hide();
     d.frontend.bringMainWindowToFront();
     QVERIFY(d.window.isVisible());
+
+    // The override answers instead of a modal box.
+    d.frontend.alertOverride = [&](const core::AlertRequest& r) {
+        passed.push_back(r.title);
+        return 0;
+    };
+    core::AlertRequest r;
+    r.title = "Changes Made";
+    r.defaultButton = "Clean";
+    QCOMPARE(d.frontend.showAlert(r), 0);
+    QCOMPARE(passed.back(), std::string("Changes Made"));
 }
 
 void FrontendTest::animationFramesCycleZeroToEightAndStopRestoresTheIdleIcon() {
@@ -327,18 +273,18 @@ void FrontendTest::animationFramesCycleZeroToEightAndStopRestoresTheIdleIcon() {
     d.frontend.stopAnimating();
 }
 
-void FrontendTest::statusMenuEntriesCallTheirHandlers() {
+void FrontendTest::statusMenuEntriesCallTheirHandlersUntilTheItemIsRemoved() {
     tpc::ui::StatusItem item;
+    item.show();
     QStringList called;
-    item.onOneClickClean = [&] {
-        called << "clean";
+    auto record = [&called](const char* what) {
+        return [&called, what] {
+            called << what;
+        };
     };
-    item.onShowWindow = [&] {
-        called << "show";
-    };
-    item.onQuit = [&] {
-        called << "quit";
-    };
+    item.onOneClickClean = record("clean");
+    item.onShowWindow = record("show");
+    item.onQuit = record("quit");
 
     QStringList entries;
     for (QAction* a : item.menu()->actions())
@@ -356,11 +302,7 @@ void FrontendTest::statusMenuEntriesCallTheirHandlers() {
     item.showWindowAction()->trigger();
     item.quitAction()->trigger();
     QCOMPARE(called, (QStringList{"clean", "show", "quit"}));
-}
 
-void FrontendTest::aRemovedStatusItemIgnoresLaterRequests() {
-    tpc::ui::StatusItem item;
-    item.show();
     QPointer<QMenu> clean = item.cleanMenu();
     item.startAnimating();
     item.remove();
@@ -376,31 +318,16 @@ void FrontendTest::aRemovedStatusItemIgnoresLaterRequests() {
     item.remove();
 }
 
-void FrontendTest::preferencesShowTheStoredDeletionChoice() {
-    tpc::test::AppFixture f;
-    auto& app = f.start();
-    {
-        PreferencesPage page(app);
-        QVERIFY(page.deleteButton()->isChecked());
-        QVERIFY(!page.methodPopUp()->isEnabled());
-        QCOMPARE(page.methodPopUp()->count(), 9);
-        QCOMPARE(page.methodPopUp()->itemText(0), QString("1 Pass (Zeros)"));
-        QCOMPARE(page.methodPopUp()->itemText(8), QString("38 Passes (DoD5220)"));
-    }
-    app.general().popUpButtonFileDeletionMethodClicked(6);
-    PreferencesPage page(app);
-    QVERIFY(page.eraseButton()->isChecked());
-    QVERIFY(page.methodPopUp()->isEnabled());
-    QCOMPARE(page.methodPopUp()->currentIndex(), 6);
-    // Showing the stored choice stores nothing.
-    QCOMPARE(generalOnDisk(f)->getInt(keys::FileDeletionOption), 6);
-}
-
-void FrontendTest::deletionChoiceIsStoredAndDrivesThePopUp() {
+void FrontendTest::deletionChoiceIsShownStoredAndDrivesThePopUp() {
     tpc::test::AppFixture f;
     auto& app = f.start();
     PreferencesPage page(app);
     page.show();
+    QVERIFY(page.deleteButton()->isChecked());
+    QVERIFY(!page.methodPopUp()->isEnabled());
+    QCOMPARE(page.methodPopUp()->count(), 9);
+    QCOMPARE(page.methodPopUp()->itemText(0), QString("1 Pass (Zeros)"));
+    QCOMPARE(page.methodPopUp()->itemText(8), QString("38 Passes (DoD5220)"));
 
     QTest::mouseClick(page.eraseButton(), Qt::LeftButton);
     QVERIFY(page.eraseButton()->isChecked());
@@ -425,9 +352,17 @@ void FrontendTest::deletionChoiceIsStoredAndDrivesThePopUp() {
     QVERIFY(!page.methodPopUp()->isEnabled());
     QCOMPARE(page.methodPopUp()->currentIndex(), 0);
     QCOMPARE(generalOnDisk(f)->getInt(keys::FileDeletionOption, -7), -1);
+
+    // A new page shows a stored method, storing nothing.
+    app.general().popUpButtonFileDeletionMethodClicked(6);
+    PreferencesPage again(app);
+    QVERIFY(again.eraseButton()->isChecked());
+    QVERIFY(again.methodPopUp()->isEnabled());
+    QCOMPARE(again.methodPopUp()->currentIndex(), 6);
+    QCOMPARE(generalOnDisk(f)->getInt(keys::FileDeletionOption), 6);
 }
 
-void FrontendTest::checkBoxesStoreZeroOrOne() {
+void FrontendTest::checkBoxesStoreZeroOrOneAndDriveTheLoginItemAndSchedule() {
     tpc::test::AppFixture f;
     auto& app = f.start();
     PreferencesPage page(app);
@@ -450,12 +385,7 @@ void FrontendTest::checkBoxesStoreZeroOrOne() {
     PreferencesPage again(app);
     QVERIFY(again.normalSleepBox()->isChecked());
     QVERIFY(again.forcedSleepBox()->isChecked());
-}
 
-void FrontendTest::loginItemAndScheduleBoxes() {
-    tpc::test::AppFixture f;
-    auto& app = f.start();
-    PreferencesPage page(app);
     QVERIFY(!page.loginItemBox()->isChecked());
     QVERIFY(!page.scheduleBox()->isChecked());
 

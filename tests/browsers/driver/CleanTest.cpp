@@ -24,15 +24,15 @@ protected:
     fs::path session() const { return h.firefoxProfile() / "sessionstore.bak"; }
 
     void firefoxData() {
-        sql(cookies(), std::string(kMozCookies) +
-                           "INSERT INTO moz_cookies(name, value, host, path) VALUES ('a', '1', "
-                           "'.example.com', '/'), ('b', '2', 'shop.example', '/'), ('c', '3', "
-                           "'keep.org', '/');");
+        exec(cookies(), std::string(kMozCookies) +
+                            "INSERT INTO moz_cookies(name, value, host, path) VALUES ('a', '1', "
+                            "'.example.com', '/'), ('b', '2', 'shop.example', '/'), ('c', '3', "
+                            "'keep.org', '/');");
         writeFile(session(), "{}");
     }
 
     std::vector<std::string> hosts() const {
-        return column(cookies(), "SELECT host FROM moz_cookies ORDER BY host");
+        return rows(cookies(), "SELECT host FROM moz_cookies ORDER BY host");
     }
 };
 

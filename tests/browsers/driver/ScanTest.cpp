@@ -25,16 +25,16 @@ protected:
     // A Firefox profile with cookies, form history, a session backup and a cached file.
     void firefoxData() {
         const auto profile = h.firefoxProfile();
-        sql(profile / "cookies.sqlite",
-            std::string(kMozCookies) +
-                "INSERT INTO moz_cookies(name, value, host, path) VALUES ('a', '1', "
-                "'.example.com', '/'), ('b', '2', 'shop.example', '/'), ('c', '3', 'keep.org', "
-                "'/');");
-        sql(profile / "formhistory.sqlite",
-            "CREATE TABLE moz_formhistory (id INTEGER PRIMARY KEY, fieldname TEXT NOT NULL, value "
-            "TEXT NOT NULL, timesUsed INTEGER); CREATE TABLE moz_deleted_formhistory (id INTEGER "
-            "PRIMARY KEY, timeDeleted INTEGER, guid TEXT); INSERT INTO moz_formhistory(fieldname, "
-            "value, timesUsed) VALUES ('q', 'weather tomorrow', 3);");
+        exec(profile / "cookies.sqlite",
+             std::string(kMozCookies) +
+                 "INSERT INTO moz_cookies(name, value, host, path) VALUES ('a', '1', "
+                 "'.example.com', '/'), ('b', '2', 'shop.example', '/'), ('c', '3', 'keep.org', "
+                 "'/');");
+        exec(profile / "formhistory.sqlite",
+             "CREATE TABLE moz_formhistory (id INTEGER PRIMARY KEY, fieldname TEXT NOT NULL, value "
+             "TEXT NOT NULL, timesUsed INTEGER); CREATE TABLE moz_deleted_formhistory (id INTEGER "
+             "PRIMARY KEY, timeDeleted INTEGER, guid TEXT); INSERT INTO moz_formhistory(fieldname, "
+             "value, timesUsed) VALUES ('q', 'weather tomorrow', 3);");
         writeFile(profile / "sessionstore.js", "{\"windows\":[]}");
         writeFile(profile / "sessionstore.bak", std::string(1234, 's'));
         writeFile(h.home() / "Library/Caches/Firefox/Profiles/x.default/Cache/ABC",

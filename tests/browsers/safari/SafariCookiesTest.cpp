@@ -46,28 +46,16 @@ Cookie unusual(const std::string& domain) {
 
 // --- Counting ---------------------------------------------------------------------------------
 
-TEST(SafariCookiesCount, NothingWithoutACookieFile) {
+TEST(SafariCookiesCount, TheCookiesOfBothFilesAndTheirSizes) {
     Harness h;
     EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
-    fs::create_directories(h.cookieFile().parent_path());
-    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
-}
-
-TEST(SafariCookiesCount, TheCookiesOfTheFileAndItsSize) {
-    Harness h;
+    writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("c.example", "1")}})));
+    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.containerCookieFile())}));
     writeBytes(h.cookieFile(),
                write(cookieFile({{cookie("a.example", "1"), cookie("a.example", "2")},
                                  {cookie("b.example", "3")}})));
-    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{3, sizeOf(h.cookieFile())}));
-}
-
-TEST(SafariCookiesCount, TheContainerFileCountsToo) {
-    Harness h;
-    writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("c.example", "1")}})));
-    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.containerCookieFile())}));
-    writeBytes(h.cookieFile(), write(cookieFile({{cookie("a.example", "1")}, {cookie("b", "2")}})));
     EXPECT_EQ(h.cleaner->countSafariCookies(),
-              (CountPair{3, sizeOf(h.cookieFile()) + sizeOf(h.containerCookieFile())}));
+              (CountPair{4, sizeOf(h.cookieFile()) + sizeOf(h.containerCookieFile())}));
 }
 
 TEST(SafariCookiesCount, AZeroLengthFileCountsNothingAndIsLeftAsItIs) {
@@ -99,12 +87,15 @@ TEST(SafariCookiesCount, ALinkInPlaceOfTheFileIsNotRead) {
 
 // --- Deleting ---------------------------------------------------------------------------------
 
-TEST(SafariCookiesDelete, OfThreeCookiesExactlyTheKeptOneRemainsAsItWas) {
+TEST(SafariCookiesDelete, ExactlyTheKeptCookiesRemainAsTheyWereInTheirOrderAndPages) {
     Harness h;
-    h.cookies->keep(CookieBrowser::Safari, "kept.example");
+    h.cookies->keep(CookieBrowser::Safari, "k1.example");
+    h.cookies->keep(CookieBrowser::Safari, "k2.example");
     const Bytes policy = {'b', 'p', 'l', 'i', 's', 't', '0', '0', 0xAA, 0x55}; // kept byte for byte
-    auto original = cookieFile(
-        {{cookie("gone.example", "a"), unusual("kept.example")}, {cookie("other.example", "b")}});
+    auto original = cookieFile({{unusual("k1.example"), cookie("x.example", "1")},
+                                {cookie("y.example", "2"), cookie("k2.example", "3")},
+                                {cookie("gone.example", "a")},
+                                {cookie("k1.example", "4"), unusual("k2.example")}});
     original.policy = policy;
     writeBytes(h.cookieFile(), write(original));
     ageFile(h.cookieFile());
@@ -113,30 +104,13 @@ TEST(SafariCookiesDelete, OfThreeCookiesExactlyTheKeptOneRemainsAsItWas) {
     h.cleaner->deleteSafariCookies();
 
     EXPECT_NE(stamp(h.cookieFile()), before);
-    const auto after = readCookies(h.cookieFile());
-    ASSERT_EQ(after.pages.size(), 1u); // the page left empty is gone
-    ASSERT_EQ(after.pages[0].cookies.size(), 1u);
-    EXPECT_EQ(after.pages[0].cookies[0], unusual("kept.example"));
-    EXPECT_EQ(after.policy, policy);
-    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.cookieFile())}));
-    EXPECT_TRUE(h.log.lines().empty());
-}
-
-TEST(SafariCookiesDelete, KeptCookiesStayInTheirOrderAndPagesWithEveryField) {
-    Harness h;
-    h.cookies->keep(CookieBrowser::Safari, "k1.example");
-    h.cookies->keep(CookieBrowser::Safari, "k2.example");
-    auto original = cookieFile({{unusual("k1.example"), cookie("x.example", "1")},
-                                {cookie("y.example", "2"), cookie("k2.example", "3")},
-                                {cookie("k1.example", "4"), unusual("k2.example")}});
-    writeBytes(h.cookieFile(), write(original));
-
-    h.cleaner->deleteSafariCookies();
-
     auto expected = cookieFile({{unusual("k1.example")},
                                 {cookie("k2.example", "3")},
                                 {cookie("k1.example", "4"), unusual("k2.example")}});
+    expected.policy = policy; // and the page left empty is gone
     EXPECT_TRUE(readCookies(h.cookieFile()).sameContent(expected));
+    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{4, sizeOf(h.cookieFile())}));
+    EXPECT_TRUE(h.log.lines().empty());
 }
 
 TEST(SafariCookiesDelete, ALeadingDotIsStrippedBeforeTheKeepListIsAsked) {
@@ -155,17 +129,22 @@ TEST(SafariCookiesDelete, ALeadingDotIsStrippedBeforeTheKeepListIsAsked) {
     EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Safari).empty());
 }
 
-TEST(SafariCookiesDelete, AllCookiesGoneLeavesAFileWithoutPagesAndWithItsPolicy) {
+TEST(SafariCookiesDelete, AllCookiesGoneLeavesNoPagesAndOnlyKeptOnesLeaveTheFileAlone) {
     Harness h;
+    h.cookies->keep(CookieBrowser::Safari, "kept.example");
     auto original = cookieFile({{cookie("a.example", "1")}, {cookie("b.example", "2")}});
     writeBytes(h.cookieFile(), write(original));
+    writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("kept.example", "1")}})));
+    ageFile(h.containerCookieFile());
+    const auto before = stamp(h.containerCookieFile());
     h.cleaner->deleteSafariCookies();
+    EXPECT_EQ(stamp(h.containerCookieFile()), before);
     const auto after = readCookies(h.cookieFile());
     EXPECT_TRUE(after.pages.empty());
     EXPECT_EQ(after.policy, original.policy);
     // A file without cookies counts nothing, whatever its size.
     ASSERT_GT(sizeOf(h.cookieFile()), 0);
-    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.containerCookieFile())}));
 }
 
 TEST(SafariCookiesDelete, BothFilesAreCleanedAndThePermissionsKept) {
@@ -189,17 +168,6 @@ TEST(SafariCookiesDelete, BothFilesAreCleanedAndThePermissionsKept) {
          fs::directory_iterator(h.containerCookieFile().parent_path()))
         ++entries;
     EXPECT_EQ(entries, 1);
-}
-
-TEST(SafariCookiesDelete, AFileWithOnlyKeptCookiesIsNotRewritten) {
-    Harness h;
-    h.cookies->keep(CookieBrowser::Safari, "kept.example");
-    auto bytes = write(cookieFile({{cookie("kept.example", "1")}}));
-    writeBytes(h.cookieFile(), bytes);
-    ageFile(h.cookieFile());
-    const auto before = stamp(h.cookieFile());
-    h.cleaner->deleteSafariCookies();
-    EXPECT_EQ(stamp(h.cookieFile()), before);
 }
 
 TEST(SafariCookiesDelete, ADamagedFileIsLeftUntouchedAndCountsNothing) {

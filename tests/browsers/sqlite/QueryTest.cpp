@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <thread>
 
 namespace tpc::browsers {
@@ -36,17 +37,23 @@ protected:
         return result;
     }
 
+    // A query on another file, or the batch when one is given.
+    static SQLiteResult runOn(const std::filesystem::path& path, const std::string& sql,
+                              std::optional<std::vector<std::string>> batch = std::nullopt) {
+        SQLite db;
+        db.setfilePath(path.string());
+        SQLiteResult result;
+        if (batch)
+            db.queryMultiple(*batch, result);
+        else
+            db.query(sql, result);
+        return result;
+    }
+
     TempDir dir_;
     std::filesystem::path file_;
     SQLite db_;
 };
-
-TEST_F(QueryTest, AFreshResultIsUninitialized) {
-    SQLiteResult result;
-    EXPECT_EQ(result.errorCode(), "Uninitialized result.");
-    EXPECT_FALSE(result.ok());
-    EXPECT_TRUE(result.rows().empty());
-}
 
 TEST_F(QueryTest, ReadsNamesDeclaredTypesAndCells) {
     const SQLiteResult result = run("SELECT * FROM t ORDER BY id IS NULL;");
@@ -70,9 +77,10 @@ TEST_F(QueryTest, ReadsNamesDeclaredTypesAndCells) {
     EXPECT_EQ(determineSQLiteEntrySize(row[4], result.columnTypes()[4]), 0u);
 }
 
-TEST_F(QueryTest, NullCellsAreADashOrAnEmptyBuffer) {
-    const SQLiteResult result = run("SELECT * FROM t WHERE id IS NULL;");
-    ASSERT_EQ(result.rows().size(), 1u);
+TEST_F(QueryTest, NullCellsAreADashOrAnEmptyBufferEmptyValuesStayEmpty) {
+    execSql(file_, "INSERT INTO t VALUES(7, '', '', X'', X'');");
+    const SQLiteResult result = run("SELECT * FROM t WHERE id IS NULL OR id = 7 ORDER BY id;");
+    ASSERT_EQ(result.rows().size(), 2u);
     const SQLiteRow& row = result.rows()[0];
     EXPECT_EQ(std::get<std::string>(row[0]), "-");
     EXPECT_EQ(std::get<std::string>(row[1]), "-");
@@ -84,15 +92,10 @@ TEST_F(QueryTest, NullCellsAreADashOrAnEmptyBuffer) {
     EXPECT_EQ(determineSQLiteEntrySize(row[1], types[1]), 1u);
     EXPECT_EQ(determineSQLiteEntrySize(row[3], types[3]), 0u);
     EXPECT_EQ(SQLiteResult::text(row[3]), "");
-}
-
-TEST_F(QueryTest, AnEmptyBlobIsAnEmptyBufferAndEmptyTextStaysEmpty) {
-    execSql(file_, "INSERT INTO t VALUES(7, '', '', X'', X'');");
-    const SQLiteResult result = run("SELECT name, data, small FROM t WHERE id = 7;");
-    ASSERT_EQ(result.rows().size(), 1u);
-    EXPECT_EQ(std::get<std::string>(result.rows()[0][0]), "");
-    EXPECT_EQ(std::get<Bytes>(result.rows()[0][1]), Bytes{});
-    EXPECT_EQ(std::get<std::string>(result.rows()[0][2]), "");
+    const SQLiteRow& empty = result.rows()[1];
+    EXPECT_EQ(std::get<std::string>(empty[1]), "");
+    EXPECT_EQ(std::get<Bytes>(empty[3]), Bytes{});
+    EXPECT_EQ(std::get<std::string>(empty[4]), "");
 }
 
 TEST_F(QueryTest, AnAggregateIsTypedTextAndSizedInUtf8Bytes) {
@@ -108,26 +111,19 @@ TEST_F(QueryTest, AnAggregateIsTypedTextAndSizedInUtf8Bytes) {
     EXPECT_EQ(countPairOf(result), (CountPair{1, 14}));
 }
 
-TEST_F(QueryTest, OnlyTheFirstStatementRuns) {
-    const SQLiteResult result = run("SELECT 1; DELETE FROM t;");
+TEST_F(QueryTest, OnlyTheFirstStatementRunsABadOneAddsNothingNoneIsOk) {
+    SQLiteResult result = run("SELECT 1; DELETE FROM t;");
     EXPECT_EQ(result.errorCode(), "OK");
     ASSERT_EQ(result.rows().size(), 1u);
     EXPECT_EQ(selectInteger(file_, "SELECT count(*) FROM t"), 2);
-}
 
-TEST_F(QueryTest, ABadStatementAddsNothing) {
-    const SQLiteResult result = run("SELECT * FROM missing;");
-    EXPECT_EQ(result.errorCode(), "SQL Statement failed to execute.");
-    EXPECT_TRUE(result.columnNames().empty());
-    EXPECT_TRUE(result.columnTypes().empty());
-    EXPECT_TRUE(result.rows().empty());
-}
-
-TEST_F(QueryTest, TextWithoutAStatementIsOkAndEmpty) {
-    const SQLiteResult result = run("  -- nothing here\n");
-    EXPECT_EQ(result.errorCode(), "OK");
-    EXPECT_TRUE(result.columnNames().empty());
-    EXPECT_TRUE(result.rows().empty());
+    for (const char* sql : {"SELECT * FROM missing;", "  -- nothing here\n"}) {
+        result = run(sql);
+        EXPECT_EQ(result.errorCode(), sql[0] == 'S' ? "SQL Statement failed to execute." : "OK");
+        EXPECT_TRUE(result.columnNames().empty());
+        EXPECT_TRUE(result.columnTypes().empty());
+        EXPECT_TRUE(result.rows().empty());
+    }
 }
 
 TEST_F(QueryTest, RowsBeforeAStepErrorAreKeptAndTheResultIsOk) {
@@ -159,61 +155,43 @@ TEST_F(QueryTest, NumbersReadAsTheLibrarysOwnText) {
     }
 }
 
-TEST_F(QueryTest, InvalidUtf8IsKeptAsTheStoredBytes) {
-    execSql(file_, "INSERT INTO t(id, name) VALUES(9, CAST(X'FF41C3' AS TEXT));");
-    const SQLiteResult result = run("SELECT name FROM t WHERE id = 9;");
-    ASSERT_EQ(result.rows().size(), 1u);
+TEST_F(QueryTest, InvalidUtf8AndZeroBytesAreKeptAsTheStoredBytes) {
+    execSql(file_, "INSERT INTO t(id, name) VALUES(9, CAST(X'FF41C3' AS TEXT)),"
+                   "(10, CAST(X'610062' AS TEXT));");
+    const SQLiteResult result = run("SELECT name FROM t WHERE id >= 9 ORDER BY id;");
+    ASSERT_EQ(result.rows().size(), 2u);
     EXPECT_EQ(SQLiteResult::text(result.rows()[0][0]), std::string("\xFF"
                                                                    "A\xC3"));
+    EXPECT_EQ(SQLiteResult::text(result.rows()[1][0]), std::string("a\0b", 3));
 }
 
-TEST_F(QueryTest, TextWithAZeroByteKeepsItsFullLength) {
-    execSql(file_, "INSERT INTO t(id, name) VALUES(10, CAST(X'610062' AS TEXT));");
-    const SQLiteResult result = run("SELECT name FROM t WHERE id = 10;");
-    ASSERT_EQ(result.rows().size(), 1u);
-    EXPECT_EQ(SQLiteResult::text(result.rows()[0][0]), std::string("a\0b", 3));
-}
+TEST_F(QueryTest, MissingGarbageOrFolderStoresFailAndAreLeftAlone) {
+    namespace fs = std::filesystem;
+    for (const bool batch : {false, true}) {
+        SCOPED_TRACE(batch ? "batch" : "query");
+        auto on = [&](const fs::path& path, const std::string& sql) {
+            return batch ? runOn(path, sql, std::vector<std::string>{sql, sql}) : runOn(path, sql);
+        };
+        EXPECT_EQ(on(dir_ / "Cookies", "SELECT * FROM cookies;").errorCode(),
+                  "SQLite Database failed to open.");
+        EXPECT_FALSE(fs::exists(dir_ / "Cookies"));
+        EXPECT_FALSE(fs::exists(dir_ / "Cookies-journal"));
+        EXPECT_EQ(on(dir_ / "no" / "such" / "History", "SELECT 1;").errorCode(),
+                  "SQLite Database failed to open.");
+        EXPECT_FALSE(fs::exists(dir_ / "no"));
 
-TEST_F(QueryTest, AMissingFileFailsToOpenAndIsNotCreated) {
-    const auto missing = dir_ / "Cookies";
-    SQLite db;
-    db.setfilePath(missing.string());
-    SQLiteResult result;
-    db.query("SELECT * FROM cookies;", result);
-    EXPECT_EQ(result.errorCode(), "SQLite Database failed to open.");
-    EXPECT_FALSE(std::filesystem::exists(missing));
-    EXPECT_FALSE(std::filesystem::exists(dir_ / "Cookies-journal"));
-}
+        const auto garbage = dir_ / "Garbage";
+        const std::string content(5000, '\x5A');
+        test::writeFile(garbage, content);
+        const auto result = on(garbage, "DELETE FROM urls;");
+        EXPECT_EQ(result.errorCode(), "SQL Statement failed to execute.");
+        EXPECT_TRUE(result.rows().empty());
+        EXPECT_EQ(test::readFile(garbage), content);
 
-TEST_F(QueryTest, AMissingFolderFailsToOpen) {
-    SQLite db;
-    db.setfilePath((dir_ / "no" / "such" / "History").string());
-    SQLiteResult result;
-    db.query("SELECT 1;", result);
-    EXPECT_EQ(result.errorCode(), "SQLite Database failed to open.");
-    EXPECT_FALSE(std::filesystem::exists(dir_ / "no"));
-}
-
-TEST_F(QueryTest, AGarbageFileFailsAndIsLeftAlone) {
-    const auto garbage = dir_ / "Garbage";
-    const std::string content(5000, '\x5A');
-    test::writeFile(garbage, content);
-    SQLite db;
-    db.setfilePath(garbage.string());
-    SQLiteResult result;
-    db.query("SELECT * FROM urls;", result);
-    EXPECT_EQ(result.errorCode(), "SQL Statement failed to execute.");
-    EXPECT_TRUE(result.rows().empty());
-    EXPECT_EQ(test::readFile(garbage), content);
-}
-
-TEST_F(QueryTest, AFolderInPlaceOfTheStoreFailsWithoutACrash) {
-    SQLite db;
-    db.setfilePath(dir_.path().string());
-    SQLiteResult result;
-    db.query("SELECT 1;", result);
-    EXPECT_NE(result.errorCode(), "OK");
-    EXPECT_NE(result.errorCode(), "Uninitialized result.");
+        const auto folder = on(dir_.path(), "SELECT 1;").errorCode();
+        EXPECT_NE(folder, "OK");
+        EXPECT_NE(folder, "Uninitialized result.");
+    }
 }
 
 TEST_F(QueryTest, AStoreLockedByAnotherProgramFailsQuickly) {
@@ -249,36 +227,27 @@ TEST_F(QueryTest, ABriefLockIsWaitedOut) {
 
 TEST_F(QueryTest, AnEmptyBatchLeavesAFreshResultUntouched) {
     SQLiteResult result;
+    EXPECT_EQ(result.errorCode(), "Uninitialized result.");
+    EXPECT_FALSE(result.ok());
     db_.queryMultiple({}, result);
     EXPECT_EQ(result.errorCode(), "Uninitialized result.");
-
-    SQLite missing;
-    missing.setfilePath((dir_ / "Missing").string());
-    missing.queryMultiple({}, result);
-    EXPECT_EQ(result.errorCode(), "Uninitialized result.");
+    EXPECT_EQ(runOn(dir_ / "Missing", "", std::vector<std::string>{}).errorCode(),
+              "Uninitialized result.");
     EXPECT_FALSE(std::filesystem::exists(dir_ / "Missing"));
 }
 
-TEST_F(QueryTest, ALaterSuccessOverwritesAnEarlierFailure) {
+TEST_F(QueryTest, TheLastStatementOfABatchDecidesAndEachRunsOnlyItsFirst) {
     SQLiteResult result;
-    db_.queryMultiple({"DELETE FROM missing;", "DELETE FROM t WHERE id = 1;"}, result);
+    db_.queryMultiple({"DELETE FROM missing;", "DELETE FROM t WHERE id = 1; DELETE FROM t;"},
+                      result);
     EXPECT_EQ(result.errorCode(), "OK");
     EXPECT_EQ(selectInteger(file_, "SELECT count(*) FROM t"), 1);
     EXPECT_EQ(selectInteger(file_, "SELECT count(*) FROM t WHERE id = 1"), 0);
-}
 
-TEST_F(QueryTest, TheLastStatementDecidesAndEarlierOnesStayDone) {
-    SQLiteResult result;
-    db_.queryMultiple({"DELETE FROM t WHERE id = 1;", "DELETE FROM missing;"}, result);
-    EXPECT_EQ(result.errorCode(), "SQL Statement failed to execute.");
-    EXPECT_EQ(selectInteger(file_, "SELECT count(*) FROM t"), 1);
-}
-
-TEST_F(QueryTest, EachTextInABatchRunsOnlyItsFirstStatement) {
-    SQLiteResult result;
-    db_.queryMultiple({"DELETE FROM t WHERE id = 1; DELETE FROM t;"}, result);
-    EXPECT_EQ(result.errorCode(), "OK");
-    EXPECT_EQ(selectInteger(file_, "SELECT count(*) FROM t"), 1);
+    SQLiteResult failed;
+    db_.queryMultiple({"DELETE FROM t;", "DELETE FROM missing;"}, failed);
+    EXPECT_EQ(failed.errorCode(), "SQL Statement failed to execute.");
+    EXPECT_EQ(selectInteger(file_, "SELECT count(*) FROM t"), 0);
 }
 
 TEST_F(QueryTest, ABatchReadsEveryColumnAsText) {
@@ -293,26 +262,6 @@ TEST_F(QueryTest, ABatchReadsEveryColumnAsText) {
     EXPECT_EQ(SQLiteResult::text(result.rows()[0][0]), std::string("\0\xFF\x10", 3));
     EXPECT_EQ(SQLiteResult::text(result.rows()[0][2]), "1");
     EXPECT_EQ(SQLiteResult::text(result.rows()[1][0]), "2");
-}
-
-TEST_F(QueryTest, ABatchOnAMissingFileFailsToOpenAndCreatesNothing) {
-    SQLite db;
-    db.setfilePath((dir_ / "Missing").string());
-    SQLiteResult result;
-    db.queryMultiple({"DELETE FROM cookies;"}, result);
-    EXPECT_EQ(result.errorCode(), "SQLite Database failed to open.");
-    EXPECT_FALSE(std::filesystem::exists(dir_ / "Missing"));
-}
-
-TEST_F(QueryTest, ABatchOnAGarbageFileFails) {
-    const auto garbage = dir_ / "Garbage";
-    test::writeFile(garbage, std::string(3000, '\x01'));
-    SQLite db;
-    db.setfilePath(garbage.string());
-    SQLiteResult result;
-    db.queryMultiple({"DELETE FROM cookies;", "DELETE FROM urls;"}, result);
-    EXPECT_EQ(result.errorCode(), "SQL Statement failed to execute.");
-    EXPECT_EQ(test::readFile(garbage), std::string(3000, '\x01'));
 }
 
 } // namespace
