@@ -136,9 +136,7 @@ core::PageHooks BrowsersPage::hooks() {
 }
 
 void BrowsersPage::pageOpened() {
-    if (QPushButton* clean = cleanButton())
-        connect(clean, &QPushButton::clicked, this,
-                [this] { driver_.buttonCleanClicked(core::Sender::Button); });
+    pointCleanButton(cleanButton(), this, driver_);
     cookies_->reloadBrowsers();
     selectFirstBrowserIfNone();
     driver_.buttonScanClicked(core::Sender::Button);
@@ -172,10 +170,7 @@ void BrowsersPage::enableOrDisableCleanButton() {
 }
 
 QPushButton* BrowsersPage::cleanButton() const {
-    // The shared button is this page's only while this page is the one last opened.
-    if (!window_ || window_->lastTabID() != QLatin1String(kPageId))
-        return nullptr;
-    return window_->cleanButton();
+    return sharedCleanButton(window_, QLatin1String(kPageId));
 }
 
 } // namespace tpc::ui

@@ -189,9 +189,7 @@ core::PageHooks EraserPage::hooks() {
 }
 
 void EraserPage::pageOpened() {
-    if (QPushButton* clean = cleanButton())
-        connect(clean, &QPushButton::clicked, this,
-                [this] { driver_.buttonCleanClicked(core::Sender::Button); });
+    pointCleanButton(cleanButton(), this, driver_);
     reloadList();
 }
 
@@ -316,10 +314,7 @@ void EraserPage::showSelection() {
 }
 
 QPushButton* EraserPage::cleanButton() const {
-    // The shared button is this page's only while this page is the one last opened.
-    if (!window_ || window_->lastTabID() != QLatin1String(kPageId))
-        return nullptr;
-    return window_->cleanButton();
+    return sharedCleanButton(window_, QLatin1String(kPageId));
 }
 
 } // namespace tpc::ui

@@ -8,6 +8,7 @@
 #include "ui/MainWindow.h"
 
 #include <QPointer>
+#include <QPushButton>
 #include <QString>
 
 namespace tpc::ui {
@@ -39,6 +40,22 @@ template <class Page> core::PageHooks pageHooks(Page* page, void (Page::*reload)
             (self.data()->*reload)();
     };
     return h;
+}
+
+// The window's shared Clean button, while page `id` is the one last opened (the button is the
+// page's only then); null otherwise.
+inline QPushButton* sharedCleanButton(const QPointer<MainWindow>& window, const QString& id) {
+    if (!window || window->lastTabID() != id)
+        return nullptr;
+    return window->cleanButton();
+}
+
+// Points the shared Clean button, if the page has it, at the engine's clean. The window drops
+// the button's earlier connections each time a page is opened.
+inline void pointCleanButton(QPushButton* clean, QObject* page, core::CategoryEngine& engine) {
+    if (clean)
+        QObject::connect(clean, &QPushButton::clicked, page,
+                         [&engine] { engine.buttonCleanClicked(core::Sender::Button); });
 }
 
 } // namespace tpc::ui

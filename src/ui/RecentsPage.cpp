@@ -153,9 +153,7 @@ core::PageHooks RecentsPage::hooks() {
 }
 
 void RecentsPage::pageOpened() {
-    if (QPushButton* clean = cleanButton())
-        connect(clean, &QPushButton::clicked, this,
-                [this] { driver_.buttonCleanClicked(core::Sender::Button); });
+    pointCleanButton(cleanButton(), this, driver_);
     driver_.buttonScanClicked(core::Sender::Button);
 }
 
@@ -276,10 +274,7 @@ RecentsOptionsMenu* RecentsPage::optionsMenu() const {
 }
 
 QPushButton* RecentsPage::cleanButton() const {
-    // The shared button is this page's only while this page is the one last opened.
-    if (!window_ || window_->lastTabID() != QLatin1String(kPageId))
-        return nullptr;
-    return window_->cleanButton();
+    return sharedCleanButton(window_, QLatin1String(kPageId));
 }
 
 } // namespace tpc::ui

@@ -88,9 +88,7 @@ core::PageHooks SystemPage::hooks() {
 }
 
 void SystemPage::pageOpened() {
-    if (QPushButton* clean = cleanButton())
-        connect(clean, &QPushButton::clicked, this,
-                [this] { driver_.buttonCleanClicked(core::Sender::Button); });
+    pointCleanButton(cleanButton(), this, driver_);
     driver_.buttonScanClicked(core::Sender::Button);
 }
 
@@ -117,10 +115,7 @@ void SystemPage::enableOrDisableCleanButton() {
 }
 
 QPushButton* SystemPage::cleanButton() const {
-    // The shared button is this page's only while this page is the one last opened.
-    if (!window_ || window_->lastTabID() != QLatin1String(kPageId))
-        return nullptr;
-    return window_->cleanButton();
+    return sharedCleanButton(window_, QLatin1String(kPageId));
 }
 
 } // namespace tpc::ui

@@ -12,7 +12,6 @@ using nlohmann::json;
 
 class TpcEraser : public Tpc {
 protected:
-    fs::path root = dir / "root";
     fs::path stuff = dir / "stuff";
     fs::path folder = stuff / "folder";
     fs::path file = stuff / "file.bin";
@@ -25,17 +24,10 @@ protected:
         writeFile(file, "0123456789");
     }
 
-    Result run(std::vector<std::string> args) {
-        args.insert(args.begin(), {"--root", root.string()});
-        return macos(args);
-    }
-
     // The list a command printed, after checking it succeeded.
     json listOf(std::vector<std::string> args) {
         args.push_back("--json");
-        auto r = run(args);
-        EXPECT_EQ(r.code, 0) << r.err;
-        return r.code == 0 ? json::parse(r.out) : json::object();
+        return jsonOf(run(args));
     }
 
     static std::vector<std::string> paths(const json& out) {

@@ -4,6 +4,7 @@
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sqlite3.h>
 
 #include <cstdlib>
@@ -33,6 +34,7 @@ class Tpc : public ::testing::Test {
 protected:
     TempDir dir;
     fs::path home = dir / "home";
+    fs::path root = dir / "root";
 
     void SetUp() override { fs::create_directories(home); }
 
@@ -57,6 +59,18 @@ protected:
     Result macos(std::vector<std::string> args) {
         args.insert(args.begin(), {"--layout", "macos", "--home", home.string()});
         return tpc(args);
+    }
+
+    // tpc in the macos layout on the fake home and root.
+    Result run(std::vector<std::string> args) {
+        args.insert(args.begin(), {"--root", root.string()});
+        return macos(args);
+    }
+
+    // The JSON document a command printed, after checking it succeeded.
+    static nlohmann::json jsonOf(const Result& r) {
+        EXPECT_EQ(r.code, 0) << r.err;
+        return r.code == 0 ? nlohmann::json::parse(r.out) : nlohmann::json::object();
     }
 
     fs::path folder() const {

@@ -25,7 +25,6 @@ void writeBundle(const fs::path& bundle, const std::string& id) {
 
 class TpcRecents : public Tpc {
 protected:
-    fs::path root = dir / "root";
     fs::path x = root / "Applications/X.app";
     fs::path y = dir / "Elsewhere/Y.app";
 
@@ -36,16 +35,10 @@ protected:
         writeBundle(y, "com.example.y");
     }
 
-    Result run(std::vector<std::string> args) {
-        args.insert(args.begin(), {"--root", root.string()});
-        return macos(args);
-    }
-
+    // The list a command printed, after checking it succeeded.
     json listOf(std::vector<std::string> args) {
         args.push_back("--json");
-        auto r = run(args);
-        EXPECT_EQ(r.code, 0) << r.err;
-        return r.code == 0 ? json::parse(r.out) : json::object();
+        return jsonOf(run(args));
     }
 
     static std::vector<std::string> names(const json& out) {

@@ -25,7 +25,6 @@ std::vector<json> traceLines(const fs::path& file) {
 
 class TpcScanClean : public Tpc {
 protected:
-    fs::path root = dir / "root";
     fs::path profile = home / "Library/Application Support/Firefox/Profiles/x.default";
     fs::path cookies = profile / "cookies.sqlite";
     fs::path trace = dir / "trace.jsonl";
@@ -42,11 +41,6 @@ protected:
                 "INSERT INTO moz_cookies(name, value, host, path) VALUES ('a', '1', "
                 "'.example.com', '/'), ('b', '2', 'it''s.example', '/'), ('c', '3', "
                 "'.keep.org', '/');");
-    }
-
-    Result run(std::vector<std::string> args) {
-        args.insert(args.begin(), {"--root", root.string()});
-        return macos(args);
     }
 };
 

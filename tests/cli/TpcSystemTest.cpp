@@ -12,8 +12,6 @@ using nlohmann::json;
 
 class TpcSystem : public Tpc {
 protected:
-    fs::path root = dir / "root";
-
     void SetUp() override {
         Tpc::SetUp();
         fs::create_directories(root);
@@ -23,9 +21,7 @@ protected:
         args.insert(args.begin(),
                     {"--layout", layout, "--home", home.string(), "--root", root.string()});
         args.push_back("--json");
-        auto r = tpc(args);
-        EXPECT_EQ(r.code, 0) << r.err;
-        return r.code == 0 ? json::parse(r.out) : json::object();
+        return jsonOf(tpc(args));
     }
 
     static std::string countOf(const json& out, const std::string& description) {

@@ -7,7 +7,6 @@
 #include "browsers/sqlite/Databases.h"
 #include "core/Keys.h"
 #include "core/Record.h"
-#include "core/app/AppFixture.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
 #include "ui/CookieListsPanel.h"
@@ -15,6 +14,7 @@
 #include "ui/MasterCheckBox.h"
 #include "ui/QtMainThread.h"
 #include "ui/support/HoverHarness.h"
+#include "ui/support/PageEngine.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -41,46 +41,21 @@ using tpc::ui::CheckListPanel;
 
 namespace {
 
-class NoRunningApps : public tpc::platform::RunningApps {
-public:
-    bool isRunning(const std::string&) override { return false; }
-    int terminate(const std::string&) override { return 0; }
-};
-
 // A started engine whose workers reach the page through the Qt event loop, on a fake root where
 // Firefox, Google Chrome and Opera are installed and a home where Firefox holds cookies.
-struct Engine {
-    tpc::test::TempDir dir;
-    core::RecordingFrontend frontend;
-    tpc::ui::QtMainThread mainThread;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
-    core::SystemLog log{false};
-    std::unique_ptr<tpc::platform::Platform> platform;
-    std::unique_ptr<core::AppDelegate> app;
-
+struct Engine : tpc::test::PageEngine {
     explicit Engine(const std::vector<std::string>& cookieHosts = {
                         "example.com", ".Example.org", "news.site.net", "myexample.net"}) {
         for (const char* name : {"Firefox", "Google Chrome", "Opera"})
-            fs::create_directories(dir.path() / "root/Applications" / (std::string(name) + ".app"));
-        fs::create_directories(dir.path() / "home");
-        tpc::platform::PlatformOptions o;
-        o.layout = tpc::platform::Layout::MacOS;
-        o.home = dir.path() / "home";
-        o.root = dir.path() / "root";
-        o.environment = std::map<std::string, std::string>{};
-        o.scriptRunner = std::make_shared<tpc::test::FakeScriptRunner>();
-        o.loginItems = std::make_shared<tpc::test::FakeLoginItems>();
-        o.runningApps = std::make_shared<NoRunningApps>();
-        platform = std::make_unique<tpc::platform::Platform>(o);
-        fs::create_directories(cookiesStore().parent_path());
-        tpc::test::execSql(
-            cookiesStore(),
-            "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, name TEXT, host TEXT);");
-        for (const auto& host : cookieHosts)
-            addCookie(host);
-        app = std::make_unique<core::AppDelegate>(
-            core::AppServices{frontend, mainThread, *platform, clock, log});
-        app->startUp(core::StartupOptions{.headless = true});
+            fs::create_directories(root() / "Applications" / (std::string(name) + ".app"));
+        start(tpc::platform::Layout::MacOS, [&](tpc::platform::Platform&) {
+            fs::create_directories(cookiesStore().parent_path());
+            tpc::test::execSql(
+                cookiesStore(),
+                "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, name TEXT, host TEXT);");
+            for (const auto& host : cookieHosts)
+                addCookie(host);
+        });
     }
 
     fs::path cookiesStore() const {

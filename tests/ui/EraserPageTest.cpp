@@ -6,7 +6,6 @@
 #include "core/Keys.h"
 #include "core/Record.h"
 #include "core/SizeText.h"
-#include "core/app/AppFixture.h"
 #include "eraser/EraserList.h"
 #include "support/TempDir.h"
 #include "ui/CheckListModel.h"
@@ -17,6 +16,7 @@
 #include "ui/MasterCheckBox.h"
 #include "ui/QtMainThread.h"
 #include "ui/support/HoverHarness.h"
+#include "ui/support/PageEngine.h"
 
 #include <QAbstractItemView>
 #include <QAction>
@@ -40,51 +40,21 @@ using tpc::ui::EraserPage;
 
 namespace {
 
-class NoRunningApps : public tpc::platform::RunningApps {
-public:
-    bool isRunning(const std::string&) override { return false; }
-    int terminate(const std::string&) override { return 0; }
-};
-
 // A started engine whose workers reach the page through the Qt event loop, on a fake home
 // holding a folder "docs" (5000 bytes in two files) and a file "notes.txt" (1500 bytes).
-struct Engine {
-    tpc::test::TempDir dir;
-    core::RecordingFrontend frontend;
-    tpc::ui::QtMainThread mainThread;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
-    core::SystemLog log{false};
-    std::unique_ptr<tpc::platform::Platform> platform;
-    std::unique_ptr<core::AppDelegate> app;
-
+struct Engine : tpc::test::PageEngine {
     Engine() {
         tpc::test::writeFile(home() / "docs/a.bin", std::string(3000, 'a'));
         tpc::test::writeFile(home() / "docs/b.bin", std::string(2000, 'b'));
         tpc::test::writeFile(home() / "notes.txt", std::string(1500, 'n'));
-        tpc::platform::PlatformOptions o;
-        o.layout = tpc::platform::Layout::MacOS;
-        o.home = home();
-        o.root = dir.path() / "root";
-        o.environment = std::map<std::string, std::string>{};
-        o.scriptRunner = std::make_shared<tpc::test::FakeScriptRunner>();
-        o.loginItems = std::make_shared<tpc::test::FakeLoginItems>();
-        o.runningApps = std::make_shared<NoRunningApps>();
-        platform = std::make_unique<tpc::platform::Platform>(o);
-        app = std::make_unique<core::AppDelegate>(
-            core::AppServices{frontend, mainThread, *platform, clock, log});
-        app->startUp(core::StartupOptions{.headless = true});
+        start();
     }
 
-    fs::path home() const { return dir.path() / "home"; }
     QString at(const char* relative) const {
         return QString::fromStdString((home() / relative).string());
     }
     // Every task, the sizes update included, has ended and reached the page.
-    bool settled() {
-        return app->tasks().idle() &&
-               !app->flags().running(core::Category::Shredder, core::TaskKind::Scan) &&
-               !app->flags().running(core::Category::Shredder, core::TaskKind::Clean);
-    }
+    bool settled() { return idle(core::Category::Shredder); }
 };
 
 // A page on screen with its hooks on the driver, adding what `chosen` holds.

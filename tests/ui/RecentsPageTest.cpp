@@ -7,7 +7,6 @@
 #include "core/Keys.h"
 #include "core/PropertyList.h"
 #include "core/Record.h"
-#include "core/app/AppFixture.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
 #include "ui/MainWindow.h"
@@ -15,6 +14,7 @@
 #include "ui/QtMainThread.h"
 #include "ui/RecentsOptionsMenu.h"
 #include "ui/support/HoverHarness.h"
+#include "ui/support/PageEngine.h"
 
 #include <QAction>
 #include <QApplication>
@@ -42,36 +42,18 @@ void makeBundle(const fs::path& bundle, const std::string& identifier) {
 
 // A started engine whose workers reach the page through the Qt event loop. macos: the root's
 // Applications folder holds three applications, Safari, and a bundle without an identifier.
-struct Engine {
-    tpc::test::TempDir dir;
-    core::RecordingFrontend frontend;
-    tpc::ui::QtMainThread mainThread;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
-    core::SystemLog log{false};
-    std::unique_ptr<tpc::platform::Platform> platform;
-    std::unique_ptr<core::AppDelegate> app;
-
+struct Engine : tpc::test::PageEngine {
     explicit Engine(tpc::platform::Layout layout = tpc::platform::Layout::MacOS) {
-        const fs::path apps = dir.path() / "root/Applications";
+        const fs::path apps = root() / "Applications";
         if (layout == tpc::platform::Layout::MacOS) {
             for (const char* name : {"Alpha", "Beta", "Gamma"})
                 makeBundle(apps / (std::string(name) + ".app"), std::string("org.test.") + name);
             makeBundle(apps / "Safari.app", "com.apple.Safari");
             fs::create_directories(apps / "NoId.app/Contents");
         }
-        fs::create_directories(dir.path() / "home");
-        tpc::platform::PlatformOptions o;
-        o.layout = layout;
-        o.home = dir.path() / "home";
-        o.root = dir.path() / "root";
-        o.environment = std::map<std::string, std::string>{};
-        o.scriptRunner = std::make_shared<tpc::test::FakeScriptRunner>();
-        o.loginItems = std::make_shared<tpc::test::FakeLoginItems>();
-        platform = std::make_unique<tpc::platform::Platform>(o);
-        fs::create_directories(platform->xdgDataHome() / "applications");
-        app = std::make_unique<core::AppDelegate>(
-            core::AppServices{frontend, mainThread, *platform, clock, log});
-        app->startUp(core::StartupOptions{.headless = true});
+        start(layout, [](tpc::platform::Platform& p) {
+            fs::create_directories(p.xdgDataHome() / "applications");
+        });
     }
     core::ArrayRef rows() { return app->appCatalogue().arrayRecents(); }
     // The list as the settings file "Recents" holds it now.

@@ -3,7 +3,6 @@
 
 #include "ui/SystemPage.h"
 #include "core/Record.h"
-#include "core/app/AppFixture.h"
 #include "system/SystemDriver.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
@@ -12,6 +11,7 @@
 #include "ui/QtMainThread.h"
 #include "ui/RecordNameDelegate.h"
 #include "ui/support/HoverHarness.h"
+#include "ui/support/PageEngine.h"
 
 #include <QComboBox>
 #include <QPushButton>
@@ -32,44 +32,18 @@ namespace {
 
 // A started engine whose workers reach the page through the Qt event loop, on a fake home whose
 // Logs folder holds two files in a sub folder and whose Trash holds one file.
-struct Engine {
-    tpc::test::TempDir dir;
-    core::RecordingFrontend frontend;
-    tpc::ui::QtMainThread mainThread;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
-    core::SystemLog log{false};
-    std::shared_ptr<tpc::test::FakeScriptRunner> scripts =
-        std::make_shared<tpc::test::FakeScriptRunner>();
-    std::unique_ptr<tpc::platform::Platform> platform;
-    std::unique_ptr<core::AppDelegate> app;
-
+struct Engine : tpc::test::PageEngine {
     Engine() {
-        const fs::path home = dir.path() / "home";
-        tpc::test::writeFile(home / "Library/Logs/app/one.log", "12345");
-        tpc::test::writeFile(home / "Library/Logs/two.log", "123");
-        tpc::test::writeFile(home / ".Trash/old.txt", "1234567");
-        fs::create_directories(home / "Downloads");
-        fs::create_directories(dir.path() / "root");
+        tpc::test::writeFile(home() / "Library/Logs/app/one.log", "12345");
+        tpc::test::writeFile(home() / "Library/Logs/two.log", "123");
+        tpc::test::writeFile(home() / ".Trash/old.txt", "1234567");
+        fs::create_directories(home() / "Downloads");
         // Menus of exactly their fixed entries: nothing recent.
         scripts->answer = "7";
-        tpc::platform::PlatformOptions o;
-        o.layout = tpc::platform::Layout::MacOS;
-        o.home = home;
-        o.root = dir.path() / "root";
-        o.environment = std::map<std::string, std::string>{};
-        o.scriptRunner = scripts;
-        o.loginItems = std::make_shared<tpc::test::FakeLoginItems>();
-        platform = std::make_unique<tpc::platform::Platform>(o);
-        app = std::make_unique<core::AppDelegate>(
-            core::AppServices{frontend, mainThread, *platform, clock, log});
-        app->startUp(core::StartupOptions{.headless = true});
+        start();
     }
     tpc::system::SystemDriver& driver() { return app->systemDriver(); }
-    bool idle() {
-        return app->tasks().idle() &&
-               !app->flags().running(core::Category::System, core::TaskKind::Scan) &&
-               !app->flags().running(core::Category::System, core::TaskKind::Clean);
-    }
+    bool idle() { return PageEngine::idle(core::Category::System); }
 };
 
 QStringList names(const CheckListPanel& list) {
