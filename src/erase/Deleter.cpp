@@ -2,7 +2,6 @@
 
 #include "core/Clock.h"
 #include "core/SystemLog.h"
-#include "erase/FileWalk.h"
 #include "erase/HelperGateway.h"
 
 #include <algorithm>
@@ -72,14 +71,27 @@ void Deleter::simpleDeleteFiles(const std::vector<std::string>& paths) {
     }
 }
 
+UniqueFd Deleter::openListedFolder(const std::string& folder, const std::string& path,
+                                   bool logMissing) {
+    if (!env_.refuseFolderLinks) {
+        UniqueFd dir = openLookupFolder(folder);
+        if (!dir && logMissing)
+            logRemovalError(path, errno, "Could not open folder " + folder);
+        return dir;
+    }
+    FolderOpenFailure failure;
+    UniqueFd dir = openFolderWithoutLinks(folder, failure);
+    if (!dir && (logMissing || failure.error != ENOENT))
+        logRemovalError(path, failure.error, failure.reason);
+    return dir;
+}
+
 void Deleter::removeListed(const std::string& path) {
     std::string folder, name;
     splitItemPath(path, folder, name);
-    const UniqueFd dir = openLookupFolder(folder);
-    if (!dir) {
-        logRemovalError(path, errno, "Could not open folder " + folder);
+    const UniqueFd dir = openListedFolder(folder, path, true);
+    if (!dir)
         return;
-    }
     RemovalFailure failure;
     if (!removeEntry(dir.get(), name, path, failure))
         logRemovalError(path, failure.error, failure.reason);
@@ -94,9 +106,10 @@ void Deleter::eraseFiles(const std::vector<std::string>& paths) {
             logRemovalError(path, EINVAL, "Not an absolute path to an item");
             continue;
         }
-        const UniqueFd dir = openLookupFolder(folder);
+        // A folder that is not there is skipped without a word.
+        const UniqueFd dir = openListedFolder(folder, path, false);
         if (!dir)
-            continue; // not there: skipped without a word
+            continue;
         if (!eraseEntry(dir.get(), name, folder == "/" ? "/" + name : folder + "/" + name))
             return;
     }
@@ -164,7 +177,7 @@ void Deleter::fillFilePath(const std::string& path, std::uint64_t size) {
     std::string folder, name;
     if (!splitItemPath(path, folder, name))
         return;
-    const UniqueFd dir = openLookupFolder(folder);
+    const UniqueFd dir = openListedFolder(folder, path, false);
     struct stat st {};
     if (!dir || fstatat(dir.get(), name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
         return;

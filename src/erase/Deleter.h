@@ -5,6 +5,7 @@
 // with other names (hard links) loses this name without being overwritten.
 
 #include "erase/AccessChecker.h"
+#include "erase/FileWalk.h"
 #include "erase/PatternBlocks.h"
 
 #include <atomic>
@@ -52,6 +53,10 @@ struct DeleterEnv {
     BlockWriter* writer = nullptr;
     // Who may remove or write what; the kernel's rules for this user when none is given.
     const AccessChecker* access = nullptr;
+    // The privileged helper's rule: the folder of a listed item is reached without following any
+    // symbolic link, and an item whose folder path has one is refused (logged, nothing removed).
+    // Otherwise links along that folder path are the caller's and are followed.
+    bool refuseFolderLinks = false;
 };
 
 class Deleter {
@@ -82,6 +87,9 @@ private:
     BlockWriter& writer();
     const AccessChecker& access() const;
 
+    // The folder that holds listed item `path`, by the rule for links along its path; none when
+    // it cannot be opened (`logMissing`: a folder that is simply not there is logged too).
+    UniqueFd openListedFolder(const std::string& folder, const std::string& path, bool logMissing);
     // Removes one listed item plainly, logging a failure.
     void removeListed(const std::string& path);
     // Erases entry `name` of folder `dirFd` (known to the user as `path`); false once the abort

@@ -42,6 +42,20 @@ bool splitItemPath(const std::string& path, std::string& folder, std::string& na
 // folder's own path are followed: that path is the caller's.
 UniqueFd openLookupFolder(const std::string& folder);
 
+struct FolderOpenFailure {
+    int error = 0;
+    std::string reason;
+};
+
+// Opens `folder` (absolute) only as a base for the *at calls, following no symbolic link on the
+// way: every component must be a real folder, so that the folder reached is the one the path
+// names at this moment, whatever is swapped in along it afterwards. A link, anything but a
+// folder, or a "." or ".." component makes it fail with `failure` set (ELOOP for a link).
+UniqueFd openFolderWithoutLinks(const std::string& folder, FolderOpenFailure& failure);
+// The same, one component at a time from the root (what the above falls back on where the kernel
+// cannot resolve without links itself); names the component at fault.
+UniqueFd walkFolderWithoutLinks(const std::string& folder, FolderOpenFailure& failure);
+
 // Opens entry `name` of `dirFd` as a folder to list and to act in; fails on a link.
 UniqueFd openSubfolder(int dirFd, const std::string& name);
 

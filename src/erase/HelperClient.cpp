@@ -2,6 +2,7 @@
 
 #include "core/Clock.h"
 #include "core/SystemLog.h"
+#include "core/Utf8.h"
 #include "erase/Deleter.h"
 
 #include <cctype>
@@ -188,6 +189,13 @@ void HelperClient::ensureHelperToolConnection() {
 }
 
 void HelperClient::deleteViaHelperTool(const std::string& path) {
+    // The wire carries the path as text: bytes that are not UTF-8 would not arrive as they are,
+    // and the helper could act on another path. Such an item stays where it is.
+    if (!core::isValidUtf8(path)) {
+        env_.log.log("Error removing item:" + core::displayText(path) +
+                     ", reason:the path is not valid UTF-8 and cannot be sent to the helper");
+        return;
+    }
     helperOpsRunning_.store(true);
     const std::int64_t option = env_.deletionOption ? env_.deletionOption() : -1;
     auto op = std::make_shared<Operation>();

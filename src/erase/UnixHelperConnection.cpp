@@ -1,10 +1,13 @@
 #include "erase/UnixHelperConnection.h"
 
+#include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <vector>
 
 namespace tpc::erase {
 
@@ -22,6 +25,23 @@ void setTimeouts(int fd, std::chrono::milliseconds timeout) {
     tv.tv_usec = static_cast<suseconds_t>((timeout.count() % 1000) * 1000);
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
     setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof tv);
+}
+
+// Length prefix of a frame.
+constexpr std::size_t kHeaderSize = 4;
+
+bool sendAll(int fd, const std::vector<std::uint8_t>& frame) {
+    std::size_t done = 0;
+    while (done < frame.size()) {
+        const ssize_t n = ::send(fd, frame.data() + done, frame.size() - done, MSG_NOSIGNAL);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return false;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
 }
 
 } // namespace
@@ -109,12 +129,19 @@ void UnixHelperConnection::drain() {
 std::optional<std::string> UnixHelperConnection::exchange(const wire::Message& request) {
     if (invalid_)
         return std::nullopt;
+    // A message the property list cannot hold (text that is not UTF-8) encodes to no body at
+    // all; sent, it would reach the helper as an empty message. It goes nowhere instead.
+    const std::vector<std::uint8_t> frame = wire::encode(request);
+    if (frame.size() <= kHeaderSize) {
+        report(Event::OtherError);
+        return std::nullopt;
+    }
     if (fd_ < 0 && !connectSocket()) {
         invalid_ = true;
         report(Event::Invalid);
         return std::nullopt;
     }
-    if (!wire::writeMessage(fd_, request)) {
+    if (!sendAll(fd_, frame)) {
         closeSocket();
         report(Event::Interrupted);
         return std::nullopt;

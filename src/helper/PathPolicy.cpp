@@ -1,5 +1,7 @@
 #include "helper/PathPolicy.h"
 
+#include "core/Utf8.h"
+
 #include <sys/stat.h>
 
 namespace tpc::helper {
@@ -11,6 +13,9 @@ std::optional<std::string> pathTextProblem(const std::string& path) {
         return "path too long";
     if (path.find('\0') != std::string::npos)
         return "zero byte inside the path";
+    // The client sends only UTF-8; anything else was mangled on the way or crafted.
+    if (!core::isValidUtf8(path))
+        return "the path is not valid UTF-8";
     if (path.front() != '/')
         return "not an absolute path";
     if (path == "/")

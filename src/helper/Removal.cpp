@@ -15,6 +15,9 @@ RemoveItem deleterRemoval(core::Clock& clock, core::SystemLog& log) {
             .deletionOption = [option] { return option; },
             .clock = clock,
             .log = log,
+            // The folders above the item were checked when the request came, but the user may
+            // have swapped one for a link since: the folder is reached again without links.
+            .refuseFolderLinks = true,
         });
         if (method)
             deleter.eraseFiles({path});

@@ -1,6 +1,7 @@
 #include "helper/RequestHandler.h"
 
 #include "core/SystemLog.h"
+#include "core/Utf8.h"
 #include "helper/PathPolicy.h"
 
 #include <cctype>
@@ -65,10 +66,11 @@ wire::Message RequestHandler::startRemoval(const wire::Message& request, const s
     const auto path = wire::pathFromData(*request.path);
     if (!path)
         return refuse(what, peer, "the path data is not one zero-terminated string");
+    const std::string shown = what + " for \"" + core::displayText(*path) + "\"";
     if (auto problem = pathTextProblem(*path))
-        return refuse(what + " for \"" + *path + "\"", peer, *problem);
+        return refuse(shown, peer, *problem);
     if (auto problem = parentFolderProblem(*path))
-        return refuse(what + " for \"" + *path + "\"", peer, *problem);
+        return refuse(shown, peer, *problem);
 
     auto remove = env_.remove;
     const auto result = env_.operations.start(

@@ -1,6 +1,8 @@
 #include "DaemonProcess.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <grp.h>
@@ -16,8 +18,6 @@ extern char** environ;
 namespace tpc::test {
 
 namespace wire = erase::wire;
-
-namespace {
 
 int connectTo(const std::string& socketPath) {
     sockaddr_un address{};
@@ -36,8 +36,6 @@ int connectTo(const std::string& socketPath) {
     ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
     return fd;
 }
-
-} // namespace
 
 bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
@@ -155,6 +153,77 @@ std::optional<std::string> askOnceAs(uid_t uid, const std::string& socketPath,
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || text.empty() || text[0] != '+')
         return std::nullopt;
     return text.substr(1);
+}
+
+bool sendHalfAFrame(int fd) {
+    const std::uint8_t part[14] = {0, 0, 0, 100, 'b', 'p', 'l', 'i', 's', 't', '0', '0', 0, 0};
+    return ::send(fd, part, sizeof part, MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof part);
+}
+
+HeldConnections::HeldConnections(uid_t uid, const std::string& socketPath, int idle,
+                                 int halfFrames) {
+    if (uid == ::getuid()) {
+        for (int i = 0; i < idle + halfFrames; ++i) {
+            const int fd = connectTo(socketPath);
+            if (fd >= 0 && (i < idle || sendHalfAFrame(fd)))
+                ++connected_;
+            if (fd >= 0)
+                fds_.push_back(fd);
+        }
+        return;
+    }
+    int ready[2], release[2];
+    if (::pipe(ready) != 0)
+        return;
+    if (::pipe(release) != 0) {
+        ::close(ready[0]);
+        ::close(ready[1]);
+        return;
+    }
+    child_ = ::fork();
+    if (child_ == 0) {
+        ::close(ready[0]);
+        ::close(release[1]);
+        if (::setgroups(0, nullptr) != 0 || ::setresgid(uid, uid, uid) != 0 ||
+            ::setresuid(uid, uid, uid) != 0)
+            ::_exit(2);
+        unsigned char count = 0;
+        for (int i = 0; i < idle + halfFrames; ++i) {
+            const int fd = connectTo(socketPath);
+            if (fd >= 0 && (i < idle || sendHalfAFrame(fd)))
+                count = static_cast<unsigned char>(std::min(count + 1, 255));
+        }
+        if (::write(ready[1], &count, 1) != 1)
+            ::_exit(3);
+        // Holds them until the parent closes its end.
+        char c;
+        while (::read(release[0], &c, 1) > 0) {
+        }
+        ::_exit(0);
+    }
+    ::close(ready[1]);
+    ::close(release[0]);
+    release_ = release[1];
+    unsigned char count = 0;
+    if (child_ > 0 && ::read(ready[0], &count, 1) == 1)
+        connected_ = count;
+    ::close(ready[0]);
+}
+
+HeldConnections::~HeldConnections() {
+    for (int fd : fds_)
+        ::close(fd);
+    if (release_ >= 0)
+        ::close(release_);
+    if (child_ > 0)
+        ::waitpid(child_, nullptr, 0);
+}
+
+void HeldConnections::closeOne() {
+    if (fds_.empty())
+        return;
+    ::close(fds_.back());
+    fds_.pop_back();
 }
 
 } // namespace tpc::test

@@ -46,4 +46,33 @@ std::optional<std::string> askOnce(const std::string& socketPath, const erase::w
 std::optional<std::string> askOnceAs(uid_t uid, const std::string& socketPath,
                                      const erase::wire::Message& m);
 
+// A connection to `socketPath` with a 5 s receive timeout; -1 when there is none.
+int connectTo(const std::string& socketPath);
+
+// Sends the first part of a request frame (the length of a 100-byte body and 10 bytes of it),
+// and no more.
+bool sendHalfAFrame(int fd);
+
+// Connections to a helper held open, `idle` of them silent and `halfFrames` stalled inside a
+// request: by this process for its own uid, otherwise by a child process running as `uid` (root
+// only). They close when the object goes.
+class HeldConnections {
+public:
+    HeldConnections(uid_t uid, const std::string& socketPath, int idle, int halfFrames);
+    ~HeldConnections();
+    HeldConnections(const HeldConnections&) = delete;
+    HeldConnections& operator=(const HeldConnections&) = delete;
+
+    // How many were made (and, for the stalled ones, sent their part).
+    int connected() const { return connected_; }
+    // Closes one that this process holds.
+    void closeOne();
+
+private:
+    std::vector<int> fds_;
+    pid_t child_ = -1;
+    int release_ = -1;
+    int connected_ = 0;
+};
+
 } // namespace tpc::test

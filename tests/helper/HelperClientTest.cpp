@@ -204,6 +204,22 @@ TEST_F(HelperClientTest, MissingOrOtherReplyClearsAtOnce) {
     EXPECT_EQ(clock.sleepCalls(), 0u);
 }
 
+TEST_F(HelperClientTest, PathThatIsNotUtf8IsNeverSent) {
+    // On the way as text it would arrive as another path ("a\xFFb" once became "a").
+    answer = replies({{wire::kDelete, "started"}}, "no");
+    client->deleteViaHelperTool("/tmp/a\xFF"
+                                "b");
+    EXPECT_FALSE(client->helperOpsRunning());
+    EXPECT_TRUE(requests().empty());
+    EXPECT_TRUE(logged("Error removing item:/tmp/a\\xFFb, reason:the path is not valid UTF-8 "
+                       "and cannot be sent to the helper"));
+    // Valid UTF-8 beyond ASCII goes as it is.
+    client->deleteViaHelperTool("/tmp/caf\xC3\xA9");
+    client->waitForPolls();
+    ASSERT_EQ(requests().size(), 2u); // the request and one poll
+    EXPECT_EQ(requests()[0].path, wire::pathData("/tmp/caf\xC3\xA9"));
+}
+
 TEST_F(HelperClientTest, WithoutAConnectionTheRequestEndsAtOnce) {
     factoryFails = true;
     client->deleteViaHelperTool("/x");

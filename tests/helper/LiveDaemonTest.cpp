@@ -9,6 +9,7 @@
 #include "erase/UnixHelperConnection.h"
 #include "support/TempDir.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -168,6 +169,23 @@ TEST_F(LiveDaemonTest, ServesTheUserItAllows) {
     ::chmod(tmp.path().c_str(), 0755);
     EXPECT_EQ(askOnceAs(12345, socketPath, wire::requestMessage("test")), "ok");
     EXPECT_EQ(askOnceAs(12346, socketPath, wire::requestMessage("test")), "refused");
+}
+
+TEST_F(LiveDaemonTest, CrowdsOfIdleConnectionsDoNotKeepOthersWaiting) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root to connect as other users";
+    startDaemon({"--allow-uid", "12345", "--allow-uid", "12347"});
+    ::chmod(tmp.path().c_str(), 0755);
+    // An allowed user and one who is not each hold 100 connections, some stalled mid-request.
+    HeldConnections allowed(12345, socketPath, 80, 20);
+    HeldConnections stranger(12346, socketPath, 80, 20);
+    ASSERT_EQ(allowed.connected(), 100);
+    ASSERT_EQ(stranger.connected(), 100);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(askOnce(socketPath, wire::requestMessage("test")), "ok");
+    EXPECT_EQ(askOnceAs(12347, socketPath, wire::requestMessage("test")), "ok");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_NE(daemonLog().find("Too many connections from uid 12346"), std::string::npos);
 }
 
 TEST_F(LiveDaemonTest, RefusesGarbageAndSurvivesIt) {

@@ -34,6 +34,14 @@ TEST(PathPolicy, RefusesZeroBytesAndOverlongPaths) {
     EXPECT_FALSE(pathTextProblem("/" + std::string(helper::kMaxNameLength, 'x')));
 }
 
+TEST(PathPolicy, RefusesTextThatIsNotUtf8) {
+    EXPECT_FALSE(pathTextProblem("/home/u/caf\xC3\xA9/\xE2\x82\xAC"));
+    for (const char* path : {"/a\xFF"
+                             "b",
+                             "/a/\xC3", "/\xC0\xAF", "/\xED\xA0\x80"})
+        EXPECT_EQ(pathTextProblem(path), "the path is not valid UTF-8") << path;
+}
+
 TEST(PathPolicy, FoldersAboveMustBeRealFolders) {
     TempDir tmp;
     std::filesystem::create_directories(tmp / "real/inner");

@@ -96,6 +96,17 @@ TEST_F(RequestHandlerTest, DeleteStartsAPlainRemoval) {
         EXPECT_EQ(line.find(path), std::string::npos) << line;
 }
 
+TEST_F(RequestHandlerTest, PathThatIsNotUtf8IsRefusedAndShownEscaped) {
+    EXPECT_EQ(reply(removal("delete", "U-8",
+                            "/tmp/a\xFF"
+                            "b")),
+              "refused");
+    operations.waitIdle();
+    EXPECT_TRUE(removals.empty());
+    EXPECT_TRUE(loggedSomething("for \"/tmp/a\\xFFb\" from uid 1000 (pid 1): the path is not "
+                                "valid UTF-8"));
+}
+
 TEST_F(RequestHandlerTest, EraseCarriesItsMethod) {
     TempDir tmp;
     EXPECT_EQ(reply(removal("erase", "U-2", (tmp / "item").string(), 8)), "started");
