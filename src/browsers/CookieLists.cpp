@@ -5,6 +5,7 @@
 #include "core/SystemLog.h"
 
 #include <algorithm>
+#include <optional>
 #include <unordered_set>
 
 namespace tpc::browsers {
@@ -42,15 +43,39 @@ bool removeAll(std::vector<std::string>& list, const std::string& s) {
     return list.size() != before;
 }
 
-// The strings of the array under `key`; anything else in it is skipped.
-std::vector<std::string> stringsUnder(const core::DictRef& dict, const std::string& key) {
+// The strings of the array under `key`; nullopt when there is no such array or it holds
+// anything but strings (a list read in part must not pass for the whole list).
+std::optional<std::vector<std::string>> stringsUnder(const core::DictRef& dict,
+                                                     const std::string& key) {
+    auto array = dict->getArray(key);
+    if (!array)
+        return std::nullopt;
     std::vector<std::string> out;
-    if (auto array = dict->getArray(key)) {
-        for (const auto& item : *array)
-            if (const auto* s = item.string())
-                out.push_back(*s);
+    for (const auto& item : *array) {
+        const auto* s = item.string();
+        if (!s)
+            return std::nullopt;
+        out.push_back(*s);
     }
     return out;
+}
+
+// Reads the eight lists of a loaded "Cookies" dictionary; false (with the key at fault in
+// `bad`) when one of them is missing or damaged.
+bool readLists(const core::DictRef& dict, std::array<std::vector<std::string>, 8>& lists,
+               std::string& bad) {
+    std::size_t i = 0;
+    for (auto b : kCookieBrowsers) {
+        for (const auto& key : {CookieLists::disAllowedKey(b), CookieLists::allowedKey(b)}) {
+            auto list = stringsUnder(dict, key);
+            if (!list) {
+                bad = key;
+                return false;
+            }
+            lists[i++] = std::move(*list);
+        }
+    }
+    return true;
 }
 
 core::Value arrayOf(const std::vector<std::string>& list) {
@@ -128,15 +153,26 @@ core::DictRef CookieLists::freshDict() {
 
 void CookieLists::loadCookies() {
     auto loaded = settings_.load(core::keys::CookiesName);
+    std::array<std::vector<std::string>, 8> read;
+    std::string badKey;
+    if (loaded.status == core::Settings::LoadStatus::Loaded &&
+        !readLists(loaded.dict, read, badKey)) {
+        // A keep list that is missing or holds something else cannot be trusted to be whole:
+        // the file is treated as unreadable.
+        loaded.status = core::Settings::LoadStatus::Unreadable;
+        loaded.keptAsidePath = settings_.keepAside(
+            core::keys::CookiesName, "\"" + badKey + "\" is missing or not a list of domains");
+    }
     if (loaded.status == core::Settings::LoadStatus::Loaded) {
         dict_ = loaded.dict;
         // The file is named by this key: a dictionary that lost it would be saved elsewhere.
         if (dict_->getString(core::keys::PresetName) != core::keys::CookiesName)
             dict_->set(core::keys::PresetName, core::keys::CookiesName);
+        std::size_t i = 0;
         for (auto b : kCookieBrowsers) {
             auto& l = lists(b);
-            l.disAllowed = stringsUnder(dict_, disAllowedKey(b));
-            l.allowed = stringsUnder(dict_, allowedKey(b));
+            l.disAllowed = std::move(read[i++]);
+            l.allowed = std::move(read[i++]);
             applySearches(b);
         }
         storeLists();

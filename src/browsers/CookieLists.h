@@ -28,8 +28,9 @@ public:
     CookieLists(core::Settings& settings, core::SystemLog& log);
 
     // Loads the "Cookies" file or creates it with eight empty lists. A file that exists but
-    // cannot be read is kept aside and, for this run, cookie deletes are refused: deleting
-    // cookies the user asked to keep is worse than keeping some the user wanted gone.
+    // cannot be read, or lacks one of the eight lists, or has one holding anything but domain
+    // strings, is kept aside and, for this run, cookie deletes are refused: deleting cookies the
+    // user asked to keep is worse than keeping some the user wanted gone.
     void loadCookies();
     // False when the keep lists could not be read this run (cleaners then delete no cookies and
     // log why).

@@ -63,6 +63,9 @@ void AppDelegate::startUp(const StartupOptions& options) {
     // The order matters: later steps read what earlier ones built. Each subsystem joins at its
     // own step as it arrives.
     //  a. Schedule pickers (the scheduler).
+    //  The settings folder, cleared of the temporary files that interrupted saves left behind.
+    settings_.ensureFolder();
+    settings_.removeStaleTemporaries();
     //  b. Cookie keep and delete lists, then each browser's delete list from its store.
     cookies_.loadCookies();
     browsers_->refreshAllCookieLists();

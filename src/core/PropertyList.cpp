@@ -1,5 +1,7 @@
 #include "core/PropertyList.h"
 
+#include "core/Utf8.h"
+
 #include <plist/plist.h>
 
 #include <algorithm>
@@ -13,6 +15,7 @@
 #include <limits>
 #include <map>
 #include <set>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_map>
@@ -54,7 +57,11 @@ struct PlistPtr {
 };
 
 // ---------------------------------------------------------------------------------------------
-// Nesting checks done on the raw bytes before libplist sees them.
+// Structural checks done on the raw bytes before libplist sees them. libplist decodes what it is
+// given without asking whether the whole file makes sense: a length that reaches into the next
+// object, a reference into the offset table or an unknown marker still gives it something to
+// return. A settings file read that way is half read, and a file rewritten from such a reading
+// loses data; so the bytes are only handed on when every one of them is accounted for.
 
 std::uint64_t readBigEndian(const std::uint8_t* p, unsigned n) {
     std::uint64_t v = 0;
@@ -63,186 +70,586 @@ std::uint64_t readBigEndian(const std::uint8_t* p, unsigned n) {
     return v;
 }
 
-// Walks the object graph of a binary property list without recursion. False (with `error`)
-// when the structure is broken, cyclic or nested deeper than kMaxDepth.
-bool checkBinaryNesting(const std::vector<std::uint8_t>& b, std::string* error) {
-    const std::size_t size = b.size();
-    if (size < 8 + 32) {
-        setError(error, "truncated binary property list");
-        return false;
-    }
-    const std::uint8_t* trailer = b.data() + size - 32;
-    const unsigned offsetSize = trailer[6];
-    const unsigned refSize = trailer[7];
-    const std::uint64_t numObjects = readBigEndian(trailer + 8, 8);
-    const std::uint64_t topObject = readBigEndian(trailer + 16, 8);
-    const std::uint64_t tableOffset = readBigEndian(trailer + 24, 8);
-    const std::uint64_t bodyEnd = size - 32;
-    if (offsetSize < 1 || offsetSize > 8 || refSize < 1 || refSize > 8 || numObjects == 0 ||
-        topObject >= numObjects || tableOffset < 8 || tableOffset > bodyEnd ||
-        numObjects > (bodyEnd - tableOffset) / offsetSize) {
-        setError(error, "damaged binary property list trailer");
-        return false;
-    }
-    auto offsetOf = [&](std::uint64_t obj) {
-        return readBigEndian(b.data() + tableOffset + obj * offsetSize, offsetSize);
-    };
-    // For a container object: where its references start and how many there are.
-    struct Refs {
-        bool container = false;
-        std::uint64_t first = 0;
-        std::uint64_t count = 0;
-    };
-    auto refsOf = [&](std::uint64_t obj, Refs& out) -> bool {
-        const std::uint64_t off = offsetOf(obj);
-        if (off < 8 || off >= tableOffset)
-            return false;
-        const std::uint8_t marker = b[off];
-        const unsigned type = marker >> 4;
-        out = Refs{};
-        if (type != 0xA && type != 0xC && type != 0xD)
-            return true;
-        std::uint64_t count = marker & 0x0F;
-        std::uint64_t pos = off + 1;
-        if (count == 0x0F) {
-            if (pos >= tableOffset)
-                return false;
-            const std::uint8_t intMarker = b[pos];
-            if ((intMarker >> 4) != 0x1 || (intMarker & 0x0F) > 3)
-                return false;
-            const unsigned n = 1u << (intMarker & 0x0F);
-            if (pos + 1 + n > tableOffset)
-                return false;
-            count = readBigEndian(b.data() + pos + 1, n);
-            pos += 1 + n;
-        }
-        const std::uint64_t refs = type == 0xD ? count * 2 : count;
-        if (count > tableOffset || refs > (tableOffset - pos) / refSize)
-            return false;
-        out.container = true;
-        out.first = pos;
-        out.count = refs;
-        return true;
+bool isPowerOfTwoUpTo8(unsigned n) {
+    return n == 1 || n == 2 || n == 4 || n == 8;
+}
+
+// A binary property list is accepted when: the header is "bplist00"; the trailer's unused bytes
+// are zero, its sizes are 1 to 8 bytes and the offset table lies exactly between the objects and
+// the trailer; every object has a known marker and its byte extent (from its marker and length)
+// lies in the object area, the extents of all objects tile that area without gap or overlap;
+// ASCII strings hold only bytes below 0x80 and UTF-16 strings no lone surrogate; every
+// reference is in range, dictionary keys are strings, there is no cycle, nothing nests deeper
+// than kMaxDepth, and every object is reached from the top object.
+class BinaryCheck {
+public:
+    BinaryCheck(const std::vector<std::uint8_t>& bytes, std::string* error)
+        : b_(bytes), error_(error) {}
+
+    bool run() { return trailer() && objects() && walk(); }
+
+private:
+    struct Object {
+        std::uint64_t start = 0;
+        std::uint64_t end = 0;
+        std::uint8_t type = 0;      // the marker's high nibble
+        std::uint64_t refsAt = 0;   // containers: where the references start
+        std::uint64_t refCount = 0; // containers: every reference (a dictionary's keys and values)
     };
 
-    // 0 unvisited, 1 on the current path, 2 done.
-    std::vector<std::uint8_t> state(numObjects, 0);
-    struct Frame {
-        std::uint64_t obj;
-        Refs refs;
-        std::uint64_t next;
-    };
-    std::vector<Frame> stack;
-    auto push = [&](std::uint64_t obj) -> bool {
-        Refs r;
-        if (!refsOf(obj, r)) {
-            setError(error, "damaged binary property list object");
-            return false;
-        }
-        if (!r.container) {
-            state[obj] = 2;
+    bool fail(const char* text) {
+        setError(error_, text);
+        return false;
+    }
+
+    bool trailer() {
+        const std::size_t size = b_.size();
+        if (size < 8 + 1 + 1 + 32)
+            return fail("truncated binary property list");
+        if (std::memcmp(b_.data(), "bplist00", 8) != 0)
+            return fail("unknown binary property list version");
+        const std::uint8_t* t = b_.data() + size - 32;
+        for (int i = 0; i < 6; ++i)
+            if (t[i] != 0)
+                return fail("damaged binary property list trailer");
+        offsetSize_ = t[6];
+        refSize_ = t[7];
+        count_ = readBigEndian(t + 8, 8);
+        top_ = readBigEndian(t + 16, 8);
+        table_ = readBigEndian(t + 24, 8);
+        const std::uint64_t bodyEnd = size - 32;
+        if (offsetSize_ < 1 || offsetSize_ > 8 || refSize_ < 1 || refSize_ > 8 || count_ == 0 ||
+            top_ >= count_ || table_ < 9 || table_ > bodyEnd ||
+            count_ > (bodyEnd - table_) / offsetSize_ || count_ * offsetSize_ != bodyEnd - table_)
+            return fail("damaged binary property list trailer");
+        return true;
+    }
+
+    // The count of the object at `pos` (marker low nibble `low`, or the integer after the
+    // marker when it is 0xF) and where its contents begin.
+    bool countOf(std::uint64_t pos, unsigned low, std::uint64_t& n, std::uint64_t& contents) {
+        if (low != 0x0F) {
+            n = low;
+            contents = pos + 1;
             return true;
         }
-        if (stack.size() >= static_cast<std::size_t>(kMaxDepth)) {
-            setError(error, "property list nested too deeply");
+        if (pos + 1 >= table_)
             return false;
-        }
-        state[obj] = 1;
-        stack.push_back(Frame{obj, r, 0});
+        const std::uint8_t m = b_[pos + 1];
+        if ((m >> 4) != 0x1 || (m & 0x0F) > 3)
+            return false;
+        const unsigned w = 1u << (m & 0x0F);
+        if (pos + 2 + w > table_)
+            return false;
+        n = readBigEndian(b_.data() + pos + 2, w);
+        contents = pos + 2 + w;
         return true;
-    };
-    if (!push(topObject))
+    }
+
+    // The extent and kind of object `index`; false when it is not a whole, known object.
+    bool describe(std::uint64_t index, Object& o) {
+        const std::uint64_t start =
+            readBigEndian(b_.data() + table_ + index * offsetSize_, offsetSize_);
+        if (start < 8 || start >= table_)
+            return fail("binary property list offset out of range");
+        const std::uint8_t marker = b_[start];
+        const unsigned low = marker & 0x0F;
+        o = Object{};
+        o.start = start;
+        o.type = marker >> 4;
+        std::uint64_t n = 0;
+        std::uint64_t contents = start + 1;
+        // The object's size after `contents`, in units of `unit` bytes.
+        std::uint64_t unit = 1;
+        switch (o.type) {
+        case 0x0:
+            if (marker != 0x08 && marker != 0x09)
+                return fail("unknown binary property list marker");
+            break;
+        case 0x1:
+            if (low > 4)
+                return fail("unknown binary property list integer size");
+            n = 1ull << low;
+            break;
+        case 0x2:
+            if (low != 2 && low != 3)
+                return fail("unknown binary property list real size");
+            n = 1ull << low;
+            break;
+        case 0x3:
+            if (marker != 0x33)
+                return fail("unknown binary property list marker");
+            n = 8;
+            break;
+        case 0x8:
+            if (!isPowerOfTwoUpTo8(low + 1))
+                return fail("unknown binary property list reference size");
+            n = low + 1;
+            break;
+        case 0x4: // data
+        case 0x5: // ASCII string
+        case 0x6: // UTF-16 string
+        case 0xA: // array
+        case 0xD: // dictionary
+            if (!countOf(start, low, n, contents))
+                return fail("damaged binary property list length");
+            unit = o.type == 0x6   ? 2
+                   : o.type == 0xA ? refSize_
+                   : o.type == 0xD ? 2ull * refSize_
+                                   : 1;
+            break;
+        default:
+            return fail("unknown binary property list marker");
+        }
+        if (contents > table_ || n > (table_ - contents) / unit)
+            return fail("binary property list object runs past the object area");
+        o.end = contents + n * unit;
+        if (o.type == 0xA || o.type == 0xD) {
+            o.refsAt = contents;
+            o.refCount = o.type == 0xD ? 2 * n : n;
+        }
+        if (o.type == 0x1 && low == 4 && readBigEndian(b_.data() + contents, 8) != 0)
+            return fail("binary property list integer too large");
+        if (o.type == 0x5) {
+            for (std::uint64_t i = contents; i < o.end; ++i)
+                if (b_[i] >= 0x80)
+                    return fail("binary property list ASCII string holds a non-ASCII byte");
+        }
+        if (o.type == 0x6 && !utf16Whole(contents, n))
+            return fail("binary property list UTF-16 string holds a lone surrogate");
+        return true;
+    }
+
+    bool utf16Whole(std::uint64_t at, std::uint64_t units) const {
+        for (std::uint64_t i = 0; i < units; ++i) {
+            const auto u = static_cast<unsigned>(readBigEndian(b_.data() + at + 2 * i, 2));
+            if (u >= 0xDC00 && u <= 0xDFFF)
+                return false;
+            if (u >= 0xD800 && u <= 0xDBFF) {
+                if (i + 1 == units)
+                    return false;
+                const auto next =
+                    static_cast<unsigned>(readBigEndian(b_.data() + at + 2 * i + 2, 2));
+                if (next < 0xDC00 || next > 0xDFFF)
+                    return false;
+                ++i;
+            }
+        }
+        return true;
+    }
+
+    bool objects() {
+        objects_.resize(count_);
+        std::vector<std::pair<std::uint64_t, std::uint64_t>> extents;
+        extents.reserve(count_);
+        for (std::uint64_t i = 0; i < count_; ++i) {
+            if (!describe(i, objects_[i]))
+                return false;
+            extents.emplace_back(objects_[i].start, objects_[i].end);
+        }
+        std::sort(extents.begin(), extents.end());
+        std::uint64_t expected = 8;
+        for (const auto& [start, end] : extents) {
+            if (start != expected)
+                return fail(start < expected
+                                ? "binary property list objects overlap"
+                                : "binary property list has bytes outside its objects");
+            expected = end;
+        }
+        if (expected != table_)
+            return fail("binary property list has bytes outside its objects");
+        return true;
+    }
+
+    std::uint64_t refAt(const Object& o, std::uint64_t i) const {
+        return readBigEndian(b_.data() + o.refsAt + i * refSize_, refSize_);
+    }
+
+    bool walk() {
+        // 0 unvisited, 1 on the current path, 2 done.
+        std::vector<std::uint8_t> state(count_, 0);
+        struct Frame {
+            std::uint64_t obj;
+            std::uint64_t next;
+        };
+        std::vector<Frame> stack;
+        std::uint64_t reached = 0;
+        auto enter = [&](std::uint64_t obj) -> bool {
+            ++reached;
+            if (objects_[obj].refCount == 0) {
+                state[obj] = 2;
+                return true;
+            }
+            if (stack.size() >= static_cast<std::size_t>(kMaxDepth))
+                return fail("property list nested too deeply");
+            state[obj] = 1;
+            stack.push_back(Frame{obj, 0});
+            return true;
+        };
+        if (!enter(top_))
+            return false;
+        while (!stack.empty()) {
+            Frame& f = stack.back();
+            const Object& o = objects_[f.obj];
+            if (f.next == o.refCount) {
+                state[f.obj] = 2;
+                stack.pop_back();
+                continue;
+            }
+            const std::uint64_t child = refAt(o, f.next);
+            const bool isKey = o.type == 0xD && f.next < o.refCount / 2;
+            ++f.next;
+            if (child >= count_)
+                return fail("binary property list reference out of range");
+            if (isKey && objects_[child].type != 0x5 && objects_[child].type != 0x6)
+                return fail("binary property list dictionary key is not a string");
+            if (state[child] == 1)
+                return fail("binary property list contains a cycle");
+            if (state[child] == 0 && !enter(child))
+                return false;
+        }
+        if (reached != count_)
+            return fail("binary property list holds objects that nothing refers to");
+        return true;
+    }
+
+    const std::vector<std::uint8_t>& b_;
+    std::string* error_;
+    unsigned offsetSize_ = 0;
+    unsigned refSize_ = 0;
+    std::uint64_t count_ = 0;
+    std::uint64_t top_ = 0;
+    std::uint64_t table_ = 0;
+    std::vector<Object> objects_;
+};
+
+// XML 1.0 well-formedness, checked strictly on top of the lenient parsers (pugixml and libplist
+// both accept some broken documents or stop early without saying so). Accepted: UTF-8 text
+// (an optional byte-order mark) of allowed characters; an optional declaration whose encoding,
+// when named, is UTF-8; comments, processing instructions and a DOCTYPE without internal subset
+// before the one root element; matching start and end tags with well-formed names and
+// attributes, each attribute once; character data without '<', with only the five predefined
+// entities and character references to allowed characters; CDATA sections; after the root, only
+// comments, processing instructions and white space. Elements nest at most kMaxDepth + 8 deep.
+class XmlCheck {
+public:
+    XmlCheck(std::string_view text, std::string* error) : s_(text), error_(error) {}
+
+    bool run() {
+        if (s_.starts_with("\xEF\xBB\xBF"))
+            pos_ = 3;
+        if (!isValidUtf8(s_))
+            return fail("not valid UTF-8");
+        if (!allowedCharacters())
+            return fail("holds a character XML does not allow");
+        if (at("<?xml") && pos_ + 5 < s_.size() && isSpace(s_[pos_ + 5]) && !declaration())
+            return false;
+        if (!misc())
+            return false;
+        if (at("<!DOCTYPE")) {
+            if (!doctype() || !misc())
+                return false;
+        }
+        if (!at("<") || at("</") || at("<!") || at("<?"))
+            return fail("no root element");
+        if (!element())
+            return false;
+        if (!misc())
+            return false;
+        if (pos_ != s_.size())
+            return fail("content after the root element");
+        return true;
+    }
+
+private:
+    bool fail(const std::string& text) {
+        setError(error_,
+                 "not well-formed XML: " + text + " (at byte " + std::to_string(pos_) + ")");
         return false;
-    while (!stack.empty()) {
-        Frame& f = stack.back();
-        if (f.next == f.refs.count) {
-            state[f.obj] = 2;
-            stack.pop_back();
-            continue;
-        }
-        const std::uint64_t child =
-            readBigEndian(b.data() + f.refs.first + f.next * refSize, refSize);
-        ++f.next;
-        if (child >= numObjects) {
-            setError(error, "binary property list reference out of range");
-            return false;
-        }
-        if (state[child] == 1) {
-            setError(error, "binary property list contains a cycle");
-            return false;
-        }
-        if (state[child] == 0 && !push(child))
-            return false;
     }
-    return true;
-}
 
-bool startsWithAt(const std::vector<std::uint8_t>& b, std::size_t pos, const char* text) {
-    const std::size_t n = std::strlen(text);
-    return pos + n <= b.size() && std::memcmp(b.data() + pos, text, n) == 0;
-}
-
-std::size_t findFrom(const std::vector<std::uint8_t>& b, std::size_t pos, const char* text) {
-    const std::size_t n = std::strlen(text);
-    if (n > b.size())
-        return b.size();
-    for (std::size_t i = pos; i + n <= b.size(); ++i)
-        if (std::memcmp(b.data() + i, text, n) == 0)
-            return i;
-    return b.size();
-}
-
-// Counts the nesting of <array> and <dict> elements in XML text (a conservative estimate: any
-// doubt counts as deeper).
-bool checkXmlNesting(const std::vector<std::uint8_t>& b, std::string* error) {
-    int depth = 0;
-    std::size_t i = 0;
-    while (i < b.size()) {
-        if (b[i] != '<') {
-            ++i;
-            continue;
-        }
-        if (startsWithAt(b, i, "<!--")) {
-            i = findFrom(b, i + 4, "-->") + 3;
-            continue;
-        }
-        if (startsWithAt(b, i, "<![CDATA[")) {
-            i = findFrom(b, i + 9, "]]>") + 3;
-            continue;
-        }
-        const bool closing = startsWithAt(b, i, "</");
-        const std::size_t nameAt = i + (closing ? 2 : 1);
-        std::size_t nameLen = 0;
-        if (startsWithAt(b, nameAt, "array"))
-            nameLen = 5;
-        else if (startsWithAt(b, nameAt, "dict"))
-            nameLen = 4;
-        const std::size_t after = nameAt + nameLen;
-        if (nameLen == 0 || after >= b.size()) {
-            ++i;
-            continue;
-        }
-        if (b[after] != '>' && b[after] != '/' && b[after] != ' ' && b[after] != '\t' &&
-            b[after] != '\r' && b[after] != '\n') {
-            i = after;
-            continue;
-        }
-        // The end of the tag: the next '>' (or the next '<' of a broken tag, so that no byte is
-        // scanned twice).
-        std::size_t end = after;
-        while (end < b.size() && b[end] != '>' && b[end] != '<')
-            ++end;
-        const bool selfClosing = end < b.size() && b[end] == '>' && b[end - 1] == '/';
-        if (closing) {
-            depth = std::max(0, depth - 1);
-        } else if (!selfClosing && ++depth > kMaxDepth) {
-            setError(error, "property list nested too deeply");
-            return false;
-        }
-        i = end < b.size() && b[end] == '>' ? end + 1 : end;
+    static bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+    static bool isNameStart(unsigned char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == ':' ||
+               c >= 0x80;
     }
-    return true;
-}
+    static bool isNameChar(unsigned char c) {
+        return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+    }
+    bool at(std::string_view text) const { return s_.substr(pos_).starts_with(text); }
+    void skipSpace() {
+        while (pos_ < s_.size() && isSpace(s_[pos_]))
+            ++pos_;
+    }
+    bool allowedCharacters() const {
+        for (std::size_t i = 0; i < s_.size(); ++i) {
+            const auto c = static_cast<unsigned char>(s_[i]);
+            if (c < 0x20 && c != '\t' && c != '\n' && c != '\r')
+                return false;
+            // U+FFFE and U+FFFF.
+            if (c == 0xEF && i + 2 < s_.size() && static_cast<unsigned char>(s_[i + 1]) == 0xBF &&
+                (static_cast<unsigned char>(s_[i + 2]) & 0xFE) == 0xBE)
+                return false;
+        }
+        return true;
+    }
+
+    bool name(std::string_view& out) {
+        const std::size_t start = pos_;
+        if (pos_ >= s_.size() || !isNameStart(static_cast<unsigned char>(s_[pos_])))
+            return fail("bad name");
+        while (pos_ < s_.size() && isNameChar(static_cast<unsigned char>(s_[pos_])))
+            ++pos_;
+        out = s_.substr(start, pos_ - start);
+        return true;
+    }
+
+    // "&...;" at pos_.
+    bool reference() {
+        const std::size_t semi = s_.find(';', pos_);
+        if (semi == std::string_view::npos || semi - pos_ > 12)
+            return fail("bad reference");
+        const std::string_view ref = s_.substr(pos_ + 1, semi - pos_ - 1);
+        pos_ = semi + 1;
+        if (ref == "lt" || ref == "gt" || ref == "amp" || ref == "apos" || ref == "quot")
+            return true;
+        if (ref.size() < 2 || ref[0] != '#')
+            return fail("unknown entity");
+        const bool hex = ref[1] == 'x';
+        const std::string_view digits = ref.substr(hex ? 2 : 1);
+        if (digits.empty())
+            return fail("bad character reference");
+        std::uint32_t v = 0;
+        for (char c : digits) {
+            int d = -1;
+            if (c >= '0' && c <= '9')
+                d = c - '0';
+            else if (hex && c >= 'a' && c <= 'f')
+                d = c - 'a' + 10;
+            else if (hex && c >= 'A' && c <= 'F')
+                d = c - 'A' + 10;
+            if (d < 0 || v > 0x10FFFF)
+                return fail("bad character reference");
+            v = v * (hex ? 16 : 10) + static_cast<std::uint32_t>(d);
+        }
+        const bool allowed = v == 0x9 || v == 0xA || v == 0xD || (v >= 0x20 && v <= 0xD7FF) ||
+                             (v >= 0xE000 && v <= 0xFFFD) || (v >= 0x10000 && v <= 0x10FFFF);
+        return allowed || fail("character reference to a character XML does not allow");
+    }
+
+    bool comment() {
+        const std::size_t end = s_.find("--", pos_ + 4);
+        if (end == std::string_view::npos || end + 2 >= s_.size() || s_[end + 2] != '>')
+            return fail("bad comment");
+        pos_ = end + 3;
+        return true;
+    }
+
+    bool processingInstruction() {
+        pos_ += 2;
+        std::string_view target;
+        if (!name(target))
+            return false;
+        if (target.size() == 3 && (target[0] | 0x20) == 'x' && (target[1] | 0x20) == 'm' &&
+            (target[2] | 0x20) == 'l')
+            return fail("misplaced XML declaration");
+        const std::size_t end = s_.find("?>", pos_);
+        if (end == std::string_view::npos || (end != pos_ && !isSpace(s_[pos_])))
+            return fail("bad processing instruction");
+        pos_ = end + 2;
+        return true;
+    }
+
+    // Comments, processing instructions and white space.
+    bool misc() {
+        for (;;) {
+            skipSpace();
+            if (at("<!--")) {
+                if (!comment())
+                    return false;
+            } else if (at("<?")) {
+                if (!processingInstruction())
+                    return false;
+            } else {
+                return true;
+            }
+        }
+    }
+
+    bool quoted(std::string_view& value, bool references) {
+        if (pos_ >= s_.size() || (s_[pos_] != '"' && s_[pos_] != '\''))
+            return fail("unquoted value");
+        const char q = s_[pos_++];
+        const std::size_t start = pos_;
+        while (pos_ < s_.size() && s_[pos_] != q) {
+            if (references && s_[pos_] == '<')
+                return fail("'<' in an attribute value");
+            if (references && s_[pos_] == '&') {
+                if (!reference())
+                    return false;
+                continue;
+            }
+            ++pos_;
+        }
+        if (pos_ >= s_.size())
+            return fail("unterminated value");
+        value = s_.substr(start, pos_ - start);
+        ++pos_;
+        return true;
+    }
+
+    bool declaration() {
+        pos_ += 5;
+        bool sawVersion = false;
+        for (;;) {
+            const std::size_t before = pos_;
+            skipSpace();
+            if (at("?>")) {
+                pos_ += 2;
+                return sawVersion || fail("declaration without version");
+            }
+            if (pos_ == before)
+                return fail("bad declaration");
+            std::string_view key;
+            std::string_view value;
+            if (!name(key))
+                return false;
+            skipSpace();
+            if (!at("="))
+                return fail("bad declaration");
+            ++pos_;
+            skipSpace();
+            if (!quoted(value, false))
+                return false;
+            if (key == "version") {
+                sawVersion = value.starts_with("1.");
+            } else if (key == "encoding") {
+                std::string lower(value);
+                for (auto& c : lower)
+                    c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+                if (lower != "utf-8" && lower != "utf8")
+                    return fail("encoding other than UTF-8");
+            } else if (key != "standalone") {
+                return fail("bad declaration");
+            }
+        }
+    }
+
+    bool doctype() {
+        pos_ += 9;
+        while (pos_ < s_.size() && s_[pos_] != '>') {
+            const char c = s_[pos_];
+            if (c == '[')
+                return fail("DOCTYPE with an internal subset");
+            if (c == '"' || c == '\'') {
+                const std::size_t end = s_.find(c, pos_ + 1);
+                if (end == std::string_view::npos)
+                    return fail("bad DOCTYPE");
+                pos_ = end + 1;
+                continue;
+            }
+            if (c == '<')
+                return fail("bad DOCTYPE");
+            ++pos_;
+        }
+        if (pos_ >= s_.size())
+            return fail("bad DOCTYPE");
+        ++pos_;
+        return true;
+    }
+
+    // A start tag at pos_ ('<' then a name); pushes it unless it is empty.
+    bool startTag(std::vector<std::string_view>& open) {
+        ++pos_;
+        std::string_view tag;
+        if (!name(tag))
+            return false;
+        std::vector<std::string_view> attributes;
+        for (;;) {
+            const std::size_t before = pos_;
+            skipSpace();
+            if (at("/>")) {
+                pos_ += 2;
+                return true;
+            }
+            if (at(">")) {
+                ++pos_;
+                if (open.size() >= static_cast<std::size_t>(kMaxDepth) + 8)
+                    return fail("nested too deeply");
+                open.push_back(tag);
+                return true;
+            }
+            if (pos_ == before)
+                return fail("bad start tag");
+            std::string_view key;
+            std::string_view value;
+            if (!name(key))
+                return false;
+            if (std::find(attributes.begin(), attributes.end(), key) != attributes.end())
+                return fail("attribute given twice");
+            attributes.push_back(key);
+            skipSpace();
+            if (!at("="))
+                return fail("attribute without value");
+            ++pos_;
+            skipSpace();
+            if (!quoted(value, true))
+                return false;
+        }
+    }
+
+    bool element() {
+        std::vector<std::string_view> open;
+        if (!startTag(open))
+            return false;
+        while (!open.empty()) {
+            if (pos_ >= s_.size())
+                return fail("element <" + std::string(open.back()) + "> not closed");
+            const char c = s_[pos_];
+            if (c == '&') {
+                if (!reference())
+                    return false;
+            } else if (c != '<') {
+                if (at("]]>"))
+                    return fail("']]>' in character data");
+                ++pos_;
+            } else if (at("</")) {
+                pos_ += 2;
+                std::string_view tag;
+                if (!name(tag))
+                    return false;
+                skipSpace();
+                if (!at(">"))
+                    return fail("bad end tag");
+                ++pos_;
+                if (tag != open.back())
+                    return fail("end tag </" + std::string(tag) + "> does not match <" +
+                                std::string(open.back()) + ">");
+                open.pop_back();
+            } else if (at("<!--")) {
+                if (!comment())
+                    return false;
+            } else if (at("<![CDATA[")) {
+                const std::size_t end = s_.find("]]>", pos_ + 9);
+                if (end == std::string_view::npos)
+                    return fail("unterminated CDATA section");
+                pos_ = end + 3;
+            } else if (at("<?")) {
+                if (!processingInstruction())
+                    return false;
+            } else if (at("<!")) {
+                return fail("markup declaration inside an element");
+            } else if (!startTag(open)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    std::string_view s_;
+    std::string* error_;
+    std::size_t pos_ = 0;
+};
 
 // ---------------------------------------------------------------------------------------------
 // libplist nodes <-> Value.
@@ -291,8 +698,33 @@ Date readDate(plist_t node) {
     return Date{sec < 0 ? sec - frac : sec + frac};
 }
 
+// Whether libplist carries `text` unchanged: it turns text that is not valid UTF-8 into some other
+// string and cuts it at an embedded NUL; in XML, control characters other than tab and line feed
+// cannot be written (carriage return would come back as a line feed).
+bool writableText(const std::string& text, bool xml, std::string* error) {
+    if (!isValidUtf8(text) || text.find('\0') != std::string::npos) {
+        setError(error, "text that cannot be stored unchanged in a property list: \"" +
+                            displayText(text) + "\"");
+        return false;
+    }
+    if (xml && std::any_of(text.begin(), text.end(), [](char c) {
+            return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n';
+        })) {
+        setError(error,
+                 "text with control characters cannot be stored in an XML property list: \"" +
+                     displayText(text) + "\"");
+        return false;
+    }
+    return true;
+}
+
 class ToPlist {
 public:
+    ToPlist(bool xml, std::string* error) : xml_(xml), error_(error) {}
+
+    // False when some text could not be converted unchanged (the tree is then not to be used).
+    bool ok() const { return ok_; }
+
     // nullptr for a value that has no property-list form (null, or a cycle that was cut).
     plist_t convert(const Value& v) {
         switch (v.kind()) {
@@ -308,6 +740,8 @@ public:
         case Value::Kind::Real:
             return plist_new_real(v.toReal());
         case Value::Kind::String:
+            if (!text(*v.string()))
+                return nullptr;
             return plist_new_string(v.string()->c_str());
         case Value::Kind::Date:
             return newDate(*v.date());
@@ -334,9 +768,12 @@ public:
             if (!onPath_.insert(d.get()).second)
                 return nullptr;
             plist_t out = plist_new_dict();
-            for (const auto& [key, item] : d->items)
+            for (const auto& [key, item] : d->items) {
+                if (!text(key))
+                    continue;
                 if (plist_t child = convert(item))
                     plist_dict_set_item(out, key.c_str(), child);
+            }
             onPath_.erase(d.get());
             return out;
         }
@@ -345,13 +782,25 @@ public:
     }
 
 private:
+    bool text(const std::string& s) {
+        if (ok_ && !writableText(s, xml_, error_))
+            ok_ = false;
+        return ok_;
+    }
+
+    bool xml_;
+    std::string* error_;
+    bool ok_ = true;
     std::set<const void*> onPath_;
 };
 
-plist_t toPlistRoot(const Value& value) {
-    ToPlist conv;
-    plist_t node = conv.convert(value);
-    return node ? node : plist_new_dict();
+// The tree of `value`; null when some text in it cannot be stored unchanged.
+plist_t toPlistRoot(const Value& value, bool xml, std::string* error) {
+    ToPlist conv(xml, error);
+    PlistPtr node(conv.convert(value));
+    if (!conv.ok())
+        return nullptr;
+    return node.node ? node.release() : plist_new_dict();
 }
 
 bool fromPlist(plist_t node, int depth, Value& out, std::string* error) {
@@ -438,8 +887,12 @@ bool fromPlist(plist_t node, int depth, Value& out, std::string* error) {
             }
             Value v;
             ok = fromPlist(child, depth + 1, v, error);
-            if (ok)
-                d->items[key ? std::string(key) : std::string()] = std::move(v);
+            // A key given twice would keep only one of its values.
+            if (ok &&
+                !d->items.emplace(key ? std::string(key) : std::string(), std::move(v)).second) {
+                setError(error, "property list dictionary holds a key twice");
+                ok = false;
+            }
             std::free(key);
         }
         std::free(it);
@@ -470,7 +923,11 @@ std::string unescapeKey(const std::string& key) {
 
 class ArchiveEncoder {
 public:
-    ArchiveEncoder() { objects_.push_back(plist_new_string("$null")); }
+    explicit ArchiveEncoder(std::string* error) : error_(error) {
+        objects_.push_back(plist_new_string("$null"));
+    }
+    // False when some text could not be stored unchanged (the archive is then not to be used).
+    bool ok() const { return ok_; }
     ~ArchiveEncoder() {
         for (plist_t p : objects_)
             if (p)
@@ -573,6 +1030,8 @@ private:
     std::uint64_t encodeString(const std::string& s) {
         if (auto it = strings_.find(s); it != strings_.end())
             return it->second;
+        if (ok_ && !writableText(s, false, error_))
+            ok_ = false;
         const std::uint64_t uid = add(plist_new_string(s.c_str()));
         strings_[s] = uid;
         return uid;
@@ -606,6 +1065,8 @@ private:
         return uid;
     }
 
+    std::string* error_;
+    bool ok_ = true;
     std::vector<plist_t> objects_;
     std::unordered_map<const void*, std::uint64_t> shared_;
     std::map<std::string, std::uint64_t> strings_;
@@ -682,13 +1143,29 @@ private:
         if (uid == 0 || uid >= objects_.size())
             return fail("class reference out of range");
         auto entry = objects_.items[uid].dict();
-        if (!entry || !entry->get("$classname").isString())
+        if (!entry || !entry->get("$classname").isString() ||
+            !onlyKeys(*entry, {"$classname", "$classes", "$classinfo"}))
             return fail("damaged class entry");
         names.push_back(*entry->get("$classname").string());
-        if (auto chain = entry->get("$classes").array())
-            for (const auto& c : chain->items)
-                if (c.isString())
-                    names.push_back(*c.string());
+        if (entry->has("$classes")) {
+            auto chain = entry->get("$classes").array();
+            if (!chain)
+                return fail("damaged class entry");
+            for (const auto& c : chain->items) {
+                if (!c.isString())
+                    return fail("damaged class entry");
+                names.push_back(*c.string());
+            }
+        }
+        return true;
+    }
+
+    // Whether `obj` has no key but `allowed`: an archived object with more is not fully read.
+    static bool onlyKeys(const DictObj& obj, std::initializer_list<const char*> allowed) {
+        for (const auto& entry : obj.items)
+            if (std::none_of(allowed.begin(), allowed.end(),
+                             [&](const char* k) { return entry.first == k; }))
+                return false;
         return true;
     }
 
@@ -730,11 +1207,17 @@ private:
                         return true;
             return false;
         };
+        auto fields = [&](std::initializer_list<const char*> keys) {
+            return onlyKeys(d, keys) || fail("object of class " + names.front() +
+                                             " with fields this program does not read");
+        };
         if (is({"NSMutableDictionary", "NSDictionary"}))
-            return decodeDict(d, depth, out);
+            return fields({"$class", "NS.keys", "NS.objects"}) && decodeDict(d, depth, out);
         if (is({"NSMutableArray", "NSArray"}))
-            return decodeArray(d, depth, out);
+            return fields({"$class", "NS.objects"}) && decodeArray(d, depth, out);
         if (is({"NSDate"})) {
+            if (!fields({"$class", "NS.time"}))
+                return false;
             const Value& t = d.get("NS.time");
             if (!t.isNumber() || t.isBool())
                 return fail("NSDate without NS.time");
@@ -742,6 +1225,8 @@ private:
             return true;
         }
         if (is({"NSMutableString", "NSString"})) {
+            if (!fields({"$class", "NS.string"}))
+                return false;
             Value s;
             if (!inlineOrRef(d.get("NS.string"), depth, s))
                 return false;
@@ -751,6 +1236,8 @@ private:
             return true;
         }
         if (is({"NSMutableData", "NSData"})) {
+            if (!fields({"$class", "NS.data"}))
+                return false;
             Value data;
             if (!inlineOrRef(d.get("NS.data"), depth, data))
                 return false;
@@ -760,6 +1247,8 @@ private:
             return true;
         }
         if (is({"NSNull"})) {
+            if (!fields({"$class"}))
+                return false;
             out = Value();
             return true;
         }
@@ -803,7 +1292,8 @@ private:
             Value item;
             if (!decode(values[i], depth + 1, item))
                 return false;
-            dict->items[unescapeKey(*key.string())] = std::move(item);
+            if (!dict->items.emplace(unescapeKey(*key.string()), std::move(item)).second)
+                return fail("dictionary holds a key twice");
         }
         out = Value(dict);
         return true;
@@ -898,6 +1388,10 @@ bool writeAllFd(int fd, const std::vector<std::uint8_t>& bytes) {
 
 } // namespace
 
+bool checkXml(std::string_view text, std::string* error) {
+    return XmlCheck(text, error).run();
+}
+
 std::optional<Value> parse(const std::vector<std::uint8_t>& bytes, std::string* error) {
     if (bytes.empty()) {
         setError(error, "empty file");
@@ -908,7 +1402,8 @@ std::optional<Value> parse(const std::vector<std::uint8_t>& bytes, std::string* 
         return std::nullopt;
     }
     const bool binary = bytes.size() >= 6 && std::memcmp(bytes.data(), "bplist", 6) == 0;
-    if (binary ? !checkBinaryNesting(bytes, error) : !checkXmlNesting(bytes, error))
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (binary ? !BinaryCheck(bytes, error).run() : !XmlCheck(text, error).run())
         return std::nullopt;
     // A zero-padded copy, so that no parser can read past the end of the text.
     std::vector<char> buf(bytes.size() + 16, 0);
@@ -929,22 +1424,39 @@ std::optional<Value> parse(const std::vector<std::uint8_t>& bytes, std::string* 
     return out;
 }
 
-std::vector<std::uint8_t> toBinary(const Value& value) {
-    PlistPtr root(toPlistRoot(value));
+namespace {
+
+std::vector<std::uint8_t> binaryOf(plist_t node, std::string* error) {
     char* bin = nullptr;
     std::uint32_t len = 0;
-    plist_to_bin(root.node, &bin, &len);
+    plist_to_bin(node, &bin, &len);
     std::vector<std::uint8_t> out;
     if (bin) {
         out.assign(reinterpret_cast<std::uint8_t*>(bin),
                    reinterpret_cast<std::uint8_t*>(bin) + len);
         plist_to_bin_free(bin);
     }
+    if (out.empty())
+        setError(error, "the property list could not be written");
     return out;
 }
 
-std::string toXml(const Value& value) {
-    PlistPtr root(toPlistRoot(value));
+// The top dictionary's keys of a keyed archive.
+constexpr const char* kArchiveKeys[] = {"$archiver", "$objects", "$top", "$version"};
+
+} // namespace
+
+std::vector<std::uint8_t> toBinary(const Value& value, std::string* error) {
+    PlistPtr root(toPlistRoot(value, false, error));
+    if (!root.node)
+        return {};
+    return binaryOf(root.node, error);
+}
+
+std::string toXml(const Value& value, std::string* error) {
+    PlistPtr root(toPlistRoot(value, true, error));
+    if (!root.node)
+        return {};
     char* xml = nullptr;
     std::uint32_t len = 0;
     plist_to_xml(root.node, &xml, &len);
@@ -953,23 +1465,18 @@ std::string toXml(const Value& value) {
         out.assign(xml, len);
         plist_to_xml_free(xml);
     }
+    if (out.empty())
+        setError(error, "the property list could not be written");
     return out;
 }
 
-std::vector<std::uint8_t> encodeKeyedArchive(const Value& root) {
-    ArchiveEncoder enc;
+std::vector<std::uint8_t> encodeKeyedArchive(const Value& root, std::string* error) {
+    ArchiveEncoder enc(error);
     const std::uint64_t rootUid = enc.encode(root);
     PlistPtr top(enc.finish(rootUid));
-    char* bin = nullptr;
-    std::uint32_t len = 0;
-    plist_to_bin(top.node, &bin, &len);
-    std::vector<std::uint8_t> out;
-    if (bin) {
-        out.assign(reinterpret_cast<std::uint8_t*>(bin),
-                   reinterpret_cast<std::uint8_t*>(bin) + len);
-        plist_to_bin_free(bin);
-    }
-    return out;
+    if (!enc.ok())
+        return {};
+    return binaryOf(top.node, error);
 }
 
 std::optional<Value> decodeKeyedArchive(const Value& archive, std::string* error) {
@@ -978,19 +1485,33 @@ std::optional<Value> decodeKeyedArchive(const Value& archive, std::string* error
         setError(error, "not a valid keyed archive: not a dictionary");
         return std::nullopt;
     }
-    const Value& archiver = top->get("$archiver");
-    if (!archiver.isNull() && archiver.toString() != kArchiver) {
-        setError(error, "not a valid keyed archive: unknown $archiver");
+    // Exactly the four keys of an archive: anything else would be left unread.
+    for (const auto& entry : top->items) {
+        if (std::none_of(std::begin(kArchiveKeys), std::end(kArchiveKeys),
+                         [&](const char* k) { return entry.first == k; })) {
+            setError(error,
+                     "not a valid keyed archive: unknown top key " + displayText(entry.first));
+            return std::nullopt;
+        }
+    }
+    if (top->get("$archiver").toString() != kArchiver || !top->get("$archiver").isString()) {
+        setError(error, "not a valid keyed archive: missing or unknown $archiver");
+        return std::nullopt;
+    }
+    const Value& version = top->get("$version");
+    if ((version.kind() != Value::Kind::Int && version.kind() != Value::Kind::UInt) ||
+        version.toUInt() != kArchiveVersion) {
+        setError(error, "not a valid keyed archive: missing or unknown $version");
         return std::nullopt;
     }
     auto objects = top->getArray("$objects");
-    if (!objects || objects->empty()) {
-        setError(error, "not a valid keyed archive: no $objects");
+    if (!objects || objects->empty() || objects->items[0] != Value("$null")) {
+        setError(error, "not a valid keyed archive: no $objects starting with $null");
         return std::nullopt;
     }
     auto topRefs = top->getDict("$top");
     std::uint64_t rootUid = 0;
-    auto rootRef = topRefs ? topRefs->get("root").dict() : nullptr;
+    auto rootRef = topRefs && topRefs->size() == 1 ? topRefs->get("root").dict() : nullptr;
     if (!rootRef || !isUidDict(*rootRef, &rootUid)) {
         setError(error, "not a valid keyed archive: no $top root reference");
         return std::nullopt;
@@ -1017,8 +1538,11 @@ std::optional<Value> readSettingsFile(const std::filesystem::path& file, std::st
     auto v = readFile(file, error);
     if (!v)
         return std::nullopt;
+    // A dictionary with any of an archive's keys is an archive, whole and valid, or nothing: read
+    // as a plain dictionary it would come back as something else entirely.
     auto top = v->dict();
-    if (top && top->get("$archiver").toString() == kArchiver) {
+    if (top && std::any_of(std::begin(kArchiveKeys), std::end(kArchiveKeys),
+                           [&](const char* k) { return top->has(k); })) {
         std::string why;
         auto decoded = decodeKeyedArchive(*v, &why);
         if (!decoded)

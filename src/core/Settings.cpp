@@ -9,8 +9,15 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
+#include <optional>
+#include <signal.h>
+#include <string_view>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
+#include <vector>
 
 namespace tpc::core {
 
@@ -54,6 +61,42 @@ bool renameNoReplace(const std::filesystem::path& from, const std::filesystem::p
     return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
+// The process id in the name of a temporary file that writeFileAtomically made for a settings
+// file: ".<name>.plist.tmp-<pid>-<counter>-<hex>". nullopt for any other name.
+std::optional<pid_t> temporaryOwner(const std::string& name) {
+    static constexpr std::string_view kMarker = ".plist.tmp-";
+    if (name.size() < 2 || name[0] != '.')
+        return std::nullopt;
+    const auto at = name.find(kMarker);
+    if (at == std::string::npos || at < 2)
+        return std::nullopt;
+    // pid, counter and stamp: decimal, decimal, hexadecimal, separated by '-'.
+    const std::string rest = name.substr(at + kMarker.size());
+    const auto dash1 = rest.find('-');
+    const auto dash2 = dash1 == std::string::npos ? dash1 : rest.find('-', dash1 + 1);
+    if (dash2 == std::string::npos)
+        return std::nullopt;
+    const std::string pid = rest.substr(0, dash1);
+    const std::string counter = rest.substr(dash1 + 1, dash2 - dash1 - 1);
+    const std::string stamp = rest.substr(dash2 + 1);
+    auto all = [](const std::string& s, const char* chars) {
+        return !s.empty() && s.size() <= 20 && s.find_first_not_of(chars) == std::string::npos;
+    };
+    if (!all(pid, "0123456789") || !all(counter, "0123456789") || !all(stamp, "0123456789abcdef") ||
+        pid.size() > 9)
+        return std::nullopt;
+    const long value = std::stol(pid);
+    if (value <= 0)
+        return std::nullopt;
+    return static_cast<pid_t>(value);
+}
+
+// A process that still exists may still be writing its temporary file (EPERM: it exists but
+// belongs to someone else).
+bool processAlive(pid_t pid) {
+    return pid == ::getpid() || ::kill(pid, 0) == 0 || errno == EPERM;
+}
+
 } // namespace
 
 Settings::Settings(std::filesystem::path folder, SystemLog& log, Clock& clock)
@@ -94,10 +137,15 @@ bool Settings::flushPresetData(const DictRef& dict) {
         log_.log("Settings not saved: the dictionary has no usable presetName (\"" + name + "\")");
         return false;
     }
-    const auto bytes = plist::encodeKeyedArchive(Value(dict));
-    ensureFolder();
     const auto file = fileFor(name);
     std::string error;
+    const auto bytes = plist::encodeKeyedArchive(Value(dict), &error);
+    if (bytes.empty()) {
+        // Storing it would change some text into another; the file on disk stays as it was.
+        log_.log("Error saving settings file:" + file.string() + ", reason:" + error);
+        return false;
+    }
+    ensureFolder();
     if (!plist::writeFileAtomically(file, bytes, kFileMode, &error)) {
         log_.log("Error saving settings file:" + file.string() + ", reason:" + error);
         return false;
@@ -128,26 +176,71 @@ Settings::LoadResult Settings::load(const std::string& presetName) {
         error = file.string() + " does not hold a dictionary";
 
     result.status = LoadStatus::Unreadable;
+    result.keptAsidePath = moveAside(presetName, error);
+    return result;
+}
+
+std::filesystem::path Settings::keepAside(const std::string& presetName,
+                                          const std::string& reason) {
+    if (!validName(presetName))
+        return {};
+    return moveAside(presetName, reason);
+}
+
+std::filesystem::path Settings::moveAside(const std::string& presetName, const std::string& error) {
+    const auto file = fileFor(presetName);
     const std::string base = file.string() + ".unreadable-" + utcStamp(clock_.wallNow());
     for (int n = 1; n <= 1000; ++n) {
         const std::filesystem::path aside = n == 1 ? base : base + "-" + std::to_string(n);
         const bool moved = renameNoReplace(file, aside);
         const int err = errno;
         if (moved) {
-            result.keptAsidePath = aside;
             log_.log("Settings file " + file.string() + " is unreadable (" + error +
                      "); kept aside as " + aside.string());
-            return result;
+            return aside;
         }
         if (err != EEXIST) {
             log_.log("Settings file " + file.string() + " is unreadable (" + error +
                      ") and could not be moved aside: " + std::strerror(err));
-            return result;
+            return {};
         }
     }
     log_.log("Settings file " + file.string() + " is unreadable (" + error +
              ") and could not be moved aside: too many kept-aside copies");
-    return result;
+    return {};
+}
+
+std::size_t Settings::removeStaleTemporaries() {
+    const int dirFd = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (dirFd < 0)
+        return 0;
+    DIR* dir = ::fdopendir(dirFd);
+    if (!dir) {
+        ::close(dirFd);
+        return 0;
+    }
+    std::vector<std::string> stale;
+    while (const dirent* entry = ::readdir(dir)) {
+        const std::string name = entry->d_name;
+        const auto pid = temporaryOwner(name);
+        if (!pid || processAlive(*pid))
+            continue;
+        // Only a regular file: a link or a folder of that name is not one of our temporaries.
+        struct stat st {};
+        if (::fstatat(dirFd, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(st.st_mode))
+            continue;
+        stale.push_back(name);
+    }
+    std::size_t removed = 0;
+    for (const auto& name : stale) {
+        if (::unlinkat(dirFd, name.c_str(), 0) == 0) {
+            ++removed;
+            log_.log("Removed a temporary settings file left by an interrupted save: " +
+                     (folder_ / name).string());
+        }
+    }
+    ::closedir(dir);
+    return removed;
 }
 
 } // namespace tpc::core

@@ -4,6 +4,7 @@
 
 #include "core/Value.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 
@@ -38,8 +39,19 @@ public:
     // Loads "<name>.plist". A file that is not a readable dictionary is moved aside as
     // "<name>.plist.unreadable-<UTC time>" and reported Unreadable, never deleted.
     LoadResult load(const std::string& presetName);
+    // Moves "<name>.plist" aside as load does for an unreadable file, for a file that was read
+    // but whose content its owner cannot use (`reason` is logged). The path it was moved to;
+    // empty when it could not be moved (it is then still in place).
+    std::filesystem::path keepAside(const std::string& presetName, const std::string& reason);
+
+    // Removes the temporary files that interrupted saves left in the folder
+    // (".<name>.plist.tmp-<pid>-..." of a process that no longer exists). Only that pattern,
+    // only regular files, links never followed. Answers how many went.
+    std::size_t removeStaleTemporaries();
 
 private:
+    std::filesystem::path moveAside(const std::string& presetName, const std::string& reason);
+
     std::filesystem::path folder_;
     SystemLog& log_;
     Clock& clock_;

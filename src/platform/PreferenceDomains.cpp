@@ -53,7 +53,15 @@ void restoreMode(const fs::path& file, mode_t mode) {
 }
 
 bool store(const fs::path& file, const core::DictRef& dict, mode_t mode) {
-    if (!core::plist::writeFileAtomically(file, core::plist::toBinary(core::Value(dict)), mode))
+    // Only what reads back as exactly the edited dictionary is written: text that cannot be
+    // stored unchanged (toBinary answers nothing), or any other value the conversion would
+    // alter, leaves the file as it is.
+    const core::Value edited(dict);
+    const auto bytes = core::plist::toBinary(edited);
+    if (bytes.empty())
+        return false;
+    const auto back = core::plist::parse(bytes);
+    if (!back || *back != edited || !core::plist::writeFileAtomically(file, bytes, mode))
         return false;
     restoreMode(file, mode);
     return true;

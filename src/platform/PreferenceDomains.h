@@ -3,9 +3,10 @@
 // way the defaults tool edits them: delete a key, write a value, add to a dictionary. Domain "D"
 // is the file "<folder>/D.plist"; a domain that already ends in ".plist" names the file itself.
 // Files are read whether binary or XML and written back as binary, atomically, keeping their
-// permission bits (0600 for a new file). A file that is not a property-list dictionary is never
-// rewritten, and neither is anything but a regular file: a link at the domain's place is neither
-// followed nor replaced.
+// permission bits (0600 for a new file). A file that is not wholly readable as a property-list
+// dictionary (see core::plist::parse) is never rewritten, nor one whose content would not come
+// back unchanged from the binary form, and neither is anything but a regular file: a link at the
+// domain's place is neither followed nor replaced.
 
 #include "core/Value.h"
 

@@ -4,6 +4,7 @@
 
 #include <pugixml.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -49,22 +50,31 @@ std::optional<std::string> readBytes(const std::filesystem::path& file) {
     return bytes;
 }
 
-// The parsed file, keeping its declaration, comments and processing instructions so that a
-// rewrite loses nothing but the removed bookmarks. False unless it is well-formed XML with one
-// <xbel> root.
-bool load(const std::filesystem::path& file, pugi::xml_document& doc) {
-    auto bytes = readBytes(file);
-    if (!bytes)
+// Parses `bytes`, keeping the declaration, comments and processing instructions so that a
+// rewrite loses nothing but the removed bookmarks. False unless the text is strictly well-formed
+// XML (pugixml alone accepts some broken documents and stops early at a NUL without saying so)
+// and pugixml read all of it into a tree with one <xbel> root.
+bool parseXbel(const std::string& bytes, pugi::xml_document& doc) {
+    if (!core::plist::checkXml(bytes))
         return false;
     const unsigned options = pugi::parse_default | pugi::parse_declaration | pugi::parse_comments |
                              pugi::parse_pi | pugi::parse_doctype;
-    auto result = doc.load_buffer(bytes->data(), bytes->size(), options, pugi::encoding_utf8);
-    if (!result)
+    auto result = doc.load_buffer(bytes.data(), bytes.size(), options, pugi::encoding_utf8);
+    if (result.status != pugi::status_ok)
         return false;
     std::size_t roots = 0;
     for (auto child : doc.children())
         roots += child.type() == pugi::node_element;
     return roots == 1 && std::strcmp(doc.document_element().name(), "xbel") == 0;
+}
+
+bool load(const std::filesystem::path& file, pugi::xml_document& doc) {
+    auto bytes = readBytes(file);
+    return bytes && parseXbel(*bytes, doc);
+}
+
+bool sameBookmark(const RecentBookmark& a, const RecentBookmark& b) {
+    return a.href == b.href && a.mimeType == b.mimeType && a.applications == b.applications;
 }
 
 RecentBookmark describe(const pugi::xml_node& bookmark) {
@@ -130,9 +140,12 @@ std::size_t RecentFiles::remove(const std::function<bool(const RecentBookmark&)>
     if (!which || !load(file_, doc))
         return 0;
     std::vector<pugi::xml_node> doomed;
-    forEachBookmark(doc, [&](const pugi::xml_node& node, const RecentBookmark& b) {
+    std::vector<RecentBookmark> kept;
+    forEachBookmark(doc, [&](const pugi::xml_node& node, RecentBookmark b) {
         if (which(b))
             doomed.push_back(node);
+        else
+            kept.push_back(std::move(b));
     });
     if (doomed.empty())
         return 0;
@@ -141,6 +154,17 @@ std::size_t RecentFiles::remove(const std::function<bool(const RecentBookmark&)>
         root.remove_child(node);
     StringWriter out;
     doc.save(out, "  ", pugi::format_default, pugi::encoding_utf8);
+    // The new text must itself be a whole xbel holding exactly the bookmarks that stay; anything
+    // else and the old file is kept.
+    const std::string text(out.bytes.begin(), out.bytes.end());
+    pugi::xml_document check;
+    if (!parseXbel(text, check))
+        return 0;
+    std::vector<RecentBookmark> after;
+    forEachBookmark(
+        check, [&](const pugi::xml_node&, RecentBookmark b) { after.push_back(std::move(b)); });
+    if (!std::equal(after.begin(), after.end(), kept.begin(), kept.end(), sameBookmark))
+        return 0;
     if (!core::plist::writeFileAtomically(file_, out.bytes, 0600))
         return 0;
     return doomed.size();

@@ -1,8 +1,10 @@
 #pragma once
 // The desktop's list of recently used files ($XDG_DATA_HOME/recently-used.xbel): bookmarks of
 // files and of folders (MIME type "inode/directory"), each with the applications that registered
-// it. Read leniently; rewritten atomically with mode 0600 and only when something was removed, so
-// a file that is not well-formed XML is never touched.
+// it. Only a file that is wholly well-formed XML (core::plist::checkXml) with an <xbel> root is
+// read; it is rewritten atomically with mode 0600, only when something was removed, and only when
+// the new text is itself a whole xbel holding every bookmark that stays: a file this cannot fully
+// read is never touched.
 
 #include <cstdint>
 #include <filesystem>

@@ -108,5 +108,22 @@ TEST_F(PreferenceDomainsFixture, WhatIsNotADictionaryFileIsNeverRewritten) {
     EXPECT_TRUE(fs::is_directory(file));
 }
 
+// A preference file the reader cannot account for byte by byte (here the length of a string
+// made larger, so that it runs into the next object) is never rewritten: libplist alone reads it
+// and the edit would write back a different dictionary.
+TEST_F(PreferenceDomainsFixture, StructurallyDamagedFileIsNeverRewritten) {
+    writePlist(Value(DictObj::make({{"RecentDocuments", Value("gone")}, {"Keep", Value("me")}})),
+               fs::perms(0600));
+    std::string bytes = readFile(file);
+    const auto at = bytes.find("\x52me"); // "me": ASCII string of two bytes
+    ASSERT_NE(at, std::string::npos);
+    bytes[at] = '\x53';
+    writeFile(file, bytes);
+    EXPECT_FALSE(prefs.read("com.example.app"));
+    EXPECT_FALSE(prefs.deleteKey("com.example.app", "RecentDocuments"));
+    EXPECT_FALSE(prefs.write("com.example.app", "K", "v"));
+    EXPECT_EQ(readFile(file), bytes);
+}
+
 } // namespace
 } // namespace tpc::platform

@@ -1,5 +1,7 @@
 #include "platform/RecentFiles.h"
 
+#include "core/PropertyList.h"
+
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -152,6 +154,71 @@ TEST_F(RecentFilesFixture, MissingMalformedOrLinkedFilesAreLeftAlone) {
     EXPECT_FALSE(recent.read());
     EXPECT_EQ(recent.remove(RecentFiles::isFile), 0u);
     EXPECT_TRUE(fs::is_symlink(file));
+}
+
+// Damage pugixml alone lets through (an attribute given twice, bytes that are not UTF-8, an
+// unknown entity, text after the root, another encoding) and damage it stops at (the end of the
+// last tag cut off, a NUL): each file is left byte for byte as it was.
+TEST_F(RecentFilesFixture, FilesPugixmlAcceptsLenientlyAreLeftByteForByte) {
+    const std::string file1 = bookmark("file:///home/u/a.txt", "text/plain", "gedit");
+    const std::string folder = bookmark("file:///home/u/Music", "inode/directory", "nautilus");
+    const std::vector<std::pair<std::string, std::string>> broken = {
+        {"last end tag cut", kHead + file1 + folder + "</xbel"},
+        {"NUL before a folder", kHead + file1 + std::string(1, '\0') + folder + "</xbel>\n"},
+        {"byte that is not UTF-8", kHead + file1 + "<!-- \xFF -->" + folder + "</xbel>\n"},
+        {"attribute twice", kHead + "<bookmark href=\"file:///x\" href=\"file:///y\"/>" + file1 +
+                                folder + "</xbel>\n"},
+        {"unknown entity",
+         kHead + "<bookmark href=\"file:///x&nbsp;\"/>" + file1 + folder + "</xbel>\n"},
+        {"text after the root", kHead + file1 + folder + "</xbel>\ntrailing"},
+        {"other encoding",
+         "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<xbel>" + file1 + "</xbel>\n"},
+    };
+    for (const auto& [what, text] : broken) {
+        writeFile(file, text);
+        EXPECT_FALSE(recent.read()) << what;
+        EXPECT_EQ(recent.remove(RecentFiles::isFile), 0u) << what;
+        EXPECT_EQ(readFile(file), text) << what;
+    }
+}
+
+// A few hundred deterministic mutants of a real file (a byte changed at evenly spread positions
+// to a few values, and cuts at several lengths): every one is either left byte for byte, or
+// rewritten into a well-formed xbel that holds exactly the folder bookmarks the mutant had.
+TEST_F(RecentFilesFixture, MutantsAreLeftAloneOrRewrittenWholeKeepingTheFolders) {
+    writeSample();
+    const std::string good = readFile(file);
+    std::vector<std::string> mutants;
+    for (std::size_t at = 0; at < good.size(); at += 23)
+        for (char c : {'\0', '<', '"', '&', '\xFF'}) {
+            std::string m = good;
+            m[at] = c;
+            mutants.push_back(m);
+        }
+    for (std::size_t n = 0; n < good.size(); n += 37)
+        mutants.push_back(good.substr(0, n));
+    int rewritten = 0;
+    for (const auto& m : mutants) {
+        writeFile(file, m);
+        std::vector<RecentBookmark> folders;
+        if (auto before = recent.read())
+            for (const auto& b : *before)
+                if (b.isFolder())
+                    folders.push_back(b);
+        recent.remove(RecentFiles::isFile);
+        const std::string after = readFile(file);
+        if (after == m)
+            continue;
+        ++rewritten;
+        std::string error;
+        ASSERT_TRUE(core::plist::checkXml(after, &error)) << error;
+        auto kept = recent.read();
+        ASSERT_TRUE(kept);
+        ASSERT_EQ(kept->size(), folders.size());
+        for (std::size_t i = 0; i < folders.size(); ++i)
+            EXPECT_EQ((*kept)[i].href, folders[i].href);
+    }
+    EXPECT_GT(rewritten, 0);
 }
 
 } // namespace

@@ -115,6 +115,30 @@ TEST_F(AutostartFixture, PathsWithSpacesSurviveTheRoundTrip) {
     EXPECT_FALSE(autostart.exists("/opt/Tavrin Software/Tavrin Privacy Cleaner 2"));
 }
 
+// A user entry this cannot read line by line (not UTF-8, a line that is neither a group, a key
+// nor a comment, a NUL, a key given twice) is neither replaced nor removed.
+TEST_F(AutostartFixture, DamagedUserEntryIsNeverReplacedOrRemoved) {
+    systemEntry(system1, "Exec=/usr/bin/tavrin-privacy-cleaner\n");
+    const std::string head = "[Desktop Entry]\nType=Application\nExec=" + app + "\n";
+    const std::vector<std::string> damaged = {
+        head + "Name=caf\xE9\n",
+        head + "this line is not an entry\n",
+        head + std::string("Name=a\0b\n", 9),
+        head + "Exec=/opt/other\n",
+        "Exec=" + app + "\n[Desktop Entry]\n",
+    };
+    for (const auto& text : damaged) {
+        writeFile(user, text);
+        EXPECT_FALSE(autostart.enable(app));
+        EXPECT_FALSE(autostart.disable(app));
+        EXPECT_EQ(readFile(user), text);
+    }
+    // A whole entry with comments, locales and CRLF line ends is ours to change.
+    writeFile(user, "# mine\r\n[Desktop Entry]\r\nName[de]=Reiniger\r\nExec=" + app + "\r\n");
+    ASSERT_TRUE(autostart.disable(app));
+    EXPECT_NE(readFile(user).find("Hidden=true"), std::string::npos);
+}
+
 TEST(DesktopExecTest, ProgramOfExecValues) {
     EXPECT_EQ(execProgram("/usr/bin/tpc %U"), "/usr/bin/tpc");
     EXPECT_EQ(execProgram("  tpc"), "tpc");

@@ -3,6 +3,7 @@
 #include "core/PropertyList.h"
 #include "core/Value.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <limits>
@@ -219,6 +220,51 @@ std::vector<std::uint8_t> writePage(const CookiePage& page) {
     return out;
 }
 
+// Whether the extents [start, end) cover [from, to) exactly, without gap or overlap, in any order.
+bool tiles(std::vector<std::pair<std::uint64_t, std::uint64_t>> extents, std::uint64_t from,
+           std::uint64_t to) {
+    std::sort(extents.begin(), extents.end());
+    for (const auto& [start, end] : extents) {
+        if (start != from)
+            return false;
+        from = end;
+    }
+    return from == to;
+}
+
+// A record's strings (with their NULs) fill everything after its header.
+bool recordIsWhole(const View& record) {
+    const std::size_t headerEnd = kRecordHeader + (record.le32(12) != 0 ? kPortSize : 0);
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> strings;
+    for (std::size_t i = 0; i < 6; ++i) {
+        const std::uint32_t at = record.le32(16 + 4 * i);
+        if (i >= 4 && at == 0)
+            continue;
+        const auto* start = record.data() + at;
+        const auto* nul =
+            static_cast<const std::uint8_t*>(std::memchr(start, 0, record.size() - at));
+        strings.emplace_back(at, at + static_cast<std::uint64_t>(nul - start) + 1);
+    }
+    return tiles(std::move(strings), headerEnd, record.size());
+}
+
+// The page's offset table ends with four zero bytes and its records fill the rest of it.
+bool pageIsWhole(const View& page) {
+    const std::uint64_t count = page.le32(4);
+    const std::size_t tableEnd = 8 + 4 * static_cast<std::size_t>(count);
+    if (page.le32(tableEnd) != 0)
+        return false;
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> records;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t offset = page.le32(8 + 4 * i);
+        const std::size_t size = page.le32(offset);
+        if (!recordIsWhole(page.sub(offset, size)))
+            return false;
+        records.emplace_back(offset, offset + size);
+    }
+    return tiles(std::move(records), tableEnd + 4, page.size());
+}
+
 } // namespace
 
 std::size_t CookieFile::cookieCount() const {
@@ -278,6 +324,26 @@ std::optional<CookieFile> read(const std::vector<std::uint8_t>& bytes) {
         return std::nullopt;
     result.policy.assign(bytes.begin() + static_cast<std::ptrdiff_t>(tail + 4), bytes.end());
     return result;
+}
+
+bool isWhole(const std::vector<std::uint8_t>& bytes) {
+    if (!read(bytes))
+        return false;
+    const View file(bytes.data(), bytes.size());
+    const std::size_t pageCount = file.be32(4);
+    std::size_t pos = 8 + 4 * pageCount;
+    std::uint64_t sum = 0;
+    for (std::size_t i = 0; i < pageCount; ++i) {
+        const std::size_t pageSize = file.be32(8 + 4 * i);
+        const View page = file.sub(pos, pageSize);
+        if (!pageIsWhole(page))
+            return false;
+        for (std::size_t k = 0; k < pageSize; k += 4)
+            sum += page.data()[k];
+        pos += pageSize;
+    }
+    // How writers treat a sum beyond 32 bits is not known; below that it must match.
+    return sum > std::numeric_limits<std::uint32_t>::max() || file.be32(pos) == sum;
 }
 
 std::vector<std::uint8_t> write(const CookieFile& file) {

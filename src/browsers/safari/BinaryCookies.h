@@ -2,9 +2,10 @@
 // Safari's cookie file, "Cookies.binarycookies": a big-endian file header with the page sizes,
 // pages of little-endian cookie records, a checksum, the footer 07 17 20 05 and a length-prefixed
 // binary property list (the cookie accept policy). The reader is lenient about values it does not
-// need (checksum, record version, the page's closing marker) and strict about structure: every
-// length and offset is checked against the bytes that are really there, and anything that does
-// not fit makes the whole file unreadable. The writer lays out what it is given exactly.
+// need to list cookies (checksum, record version, the page's closing marker) and strict about
+// structure: every length and offset is checked against the bytes that are really there, and
+// anything that does not fit makes the whole file unreadable. A file is only rewritten when
+// isWhole() also holds. The writer lays out what it is given exactly.
 
 #include <cstddef>
 #include <cstdint>
@@ -67,6 +68,13 @@ std::uint32_t pageChecksum(const std::uint8_t* page, std::size_t size);
 
 // nullopt when the bytes are not a whole, consistent cookie file. Never reads outside `bytes`.
 std::optional<CookieFile> read(const std::vector<std::uint8_t>& bytes);
+
+// Whether read() accepts the bytes and, beyond that, every byte of them is accounted for, so
+// that a rewrite from what read() gave loses nothing: each page's offset table ends with its
+// four zero bytes and its records fill the rest of the page, each record's strings fill
+// everything after its header, and the checksum is the sum over the pages (any checksum when
+// that sum does not fit in 32 bits). Only such a file is ever rewritten.
+bool isWhole(const std::vector<std::uint8_t>& bytes);
 
 // The file's bytes. Throws std::invalid_argument for what the format cannot hold: a string with
 // an embedded NUL, or a record, page or file beyond 4 GiB.

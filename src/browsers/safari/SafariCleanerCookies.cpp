@@ -73,7 +73,9 @@ void SafariCleaner::deleteCookiesIn(const fs::path& path) {
     auto loaded = loadCookieFile(path);
     if (!loaded)
         return;
-    if (!loaded->cookies) {
+    if (!loaded->cookies || !safari::isWhole(loaded->file.bytes)) {
+        // Rewritten only from a complete reading: a file with bytes the reader does not account
+        // for (or a wrong checksum) would lose them.
         if (!loaded->file.bytes.empty())
             env_.log.log("Safari cookie file is damaged and was left as it is: " + path.string());
         return;

@@ -113,38 +113,89 @@ TEST_F(CookieListsTest, NoFolderCreatesTheFileWithEightEmptyLists) {
     EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(CookieListsTest, ListsAreReadFromTheFileMissingKeysGiveEmptyLists) {
-    auto dict = DictObj::make({{"presetName", Value("Cookies")},
-                               {"presetIndex", Value(-2)},
-                               {"Array Firefox Cookies Allowed", strings({"kept.org", "b.com"})},
-                               {"Array Chrome Cookies Disallowed",
-                                Value(ArrayObj::make({Value("x.com"), Value(7),
-                                                      Value(DictObj::make()), Value("y.com")}))},
-                               {"Array Opera Cookies Allowed", Value("not a list")},
-                               {"Unrelated", Value(true)}});
-    ASSERT_TRUE(settings.flushPresetData(dict));
+// The eight lists, empty, with `changes` applied.
+DictRef fullDict(std::initializer_list<std::pair<const std::string, Value>> changes = {}) {
+    auto dict = DictObj::make({{"presetName", Value("Cookies")}, {"presetIndex", Value(-2)}});
+    for (const auto& key : kAllKeys)
+        dict->set(key, strings({}));
+    for (const auto& [key, value] : changes)
+        dict->set(key, value);
+    return dict;
+}
+
+TEST_F(CookieListsTest, ListsAreReadFromTheFileAndOtherKeysAreKept) {
+    ASSERT_TRUE(settings.flushPresetData(
+        fullDict({{"Array Firefox Cookies Allowed", strings({"kept.org", "b.com"})},
+                  {"Array Chrome Cookies Disallowed", strings({"x.com", "y.com"})},
+                  {"Unrelated", Value(true)}})));
 
     auto lists = loaded();
     EXPECT_TRUE(lists->cookieDeletesAllowed());
     EXPECT_EQ(lists->allowedActive(Firefox), (Strings{"kept.org", "b.com"}));
     EXPECT_EQ(lists->disAllowedActive(Chrome), (Strings{"x.com", "y.com"}));
     EXPECT_TRUE(lists->allowed(Opera).empty());
-    EXPECT_TRUE(lists->disAllowed(Safari).empty());
 
-    // Saved whole: the eight lists are all there again, other keys are kept.
     ASSERT_TRUE(lists->save());
     auto back = onDisk();
     ASSERT_TRUE(back);
-    for (const auto& key : kAllKeys)
-        EXPECT_TRUE(back->getArray(key)) << key;
     EXPECT_EQ(stringsOf(back, "Array Chrome Cookies Disallowed"), (Strings{"x.com", "y.com"}));
     EXPECT_TRUE(back->getBool("Unrelated"));
     EXPECT_TRUE(keptAside().empty());
 }
 
+// A list that is missing or holds anything but domains cannot be known to be whole: read as
+// far as it goes, a kept domain could be missing from it and its cookies deleted.
+TEST_F(CookieListsTest, MissingOrDamagedListRefusesDeletesAndIsKeptAside) {
+    const std::vector<std::pair<std::string, DictRef>> cases = {
+        {"missing keep list",
+         [] {
+             auto d = fullDict({{"Array Firefox Cookies Disallowed", strings({"a.com"})}});
+             d->remove("Array Firefox Cookies Allowed");
+             return d;
+         }()},
+        {"not a list", fullDict({{"Array Opera Cookies Allowed", Value("not a list")}})},
+        {"holds a number", fullDict({{"Array Chrome Cookies Disallowed",
+                                      Value(ArrayObj::make({Value("x.com"), Value(7)}))}})},
+    };
+    for (const auto& [what, dict] : cases) {
+        SCOPED_TRACE(what);
+        fs::remove_all(folder);
+        ASSERT_TRUE(settings.flushPresetData(dict));
+        const std::string before = test::readFile(file);
+
+        auto lists = loaded();
+        EXPECT_FALSE(lists->cookieDeletesAllowed());
+        ASSERT_EQ(keptAside().size(), 1u);
+        EXPECT_EQ(test::readFile(keptAside()[0]), before);
+        EXPECT_TRUE(logMentions("no cookies will be deleted"));
+        // A fresh file with the eight lists takes its place.
+        ASSERT_TRUE(onDisk());
+        for (const auto& key : kAllKeys)
+            EXPECT_TRUE(onDisk()->getArray(key)) << key;
+    }
+}
+
+// One byte of the saved file changed: the length of the kept domain's string made larger, so
+// that it runs into the next object. libplist alone reads such a file and loses the list.
+TEST_F(CookieListsTest, StringLengthEnlargedInTheFileRefusesDeletes) {
+    ASSERT_TRUE(settings.flushPresetData(
+        fullDict({{"Array Firefox Cookies Allowed", strings({"kept.org"})}})));
+    std::string bytes = test::readFile(file);
+    const std::string marked = std::string(1, '\x58') + "kept.org"; // ASCII string of 8 bytes
+    const auto at = bytes.find(marked);
+    ASSERT_NE(at, std::string::npos);
+    bytes[at] = '\x59';
+    test::writeFile(file, bytes);
+
+    auto lists = loaded();
+    EXPECT_FALSE(lists->cookieDeletesAllowed());
+    ASSERT_EQ(keptAside().size(), 1u);
+    EXPECT_EQ(test::readFile(keptAside()[0]), bytes);
+}
+
 TEST_F(CookieListsTest, FileWithAnotherPresetNameIsStillSavedAsCookies) {
     // Without the fix the dictionary would be written over "General.plist".
-    writeArchive(Value(DictObj::make(
+    writeArchive(Value(fullDict(
         {{"presetName", Value("General")}, {"Array Safari Cookies Allowed", strings({"a.com"})}})));
     loaded()->keep(Safari, "b.com");
     EXPECT_FALSE(fs::exists(folder / "General.plist"));

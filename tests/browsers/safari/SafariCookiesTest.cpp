@@ -4,6 +4,8 @@
 #include "SafariHarness.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 #include <random>
 #include <sys/stat.h>
 
@@ -189,6 +191,67 @@ TEST(SafariCookiesDelete, ADamagedFileIsLeftUntouchedAndCountsNothing) {
         EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Safari).empty());
     }
     EXPECT_EQ(h.logLines("Safari cookie file is damaged and was left as it is: ").size(), 3u);
+}
+
+// Damage the reader lets through because it does not need the value to list cookies: a wrong
+// checksum, the page's closing bytes, a string cut short by a NUL (its rest belongs to nothing).
+// A rewrite from such a reading would drop those bytes: the file is left as it is.
+TEST(SafariCookiesDelete, AFileWithBytesTheReaderDoesNotAccountForIsNotRewritten) {
+    Harness h;
+    const auto good = write(cookieFile({{cookie("a.example", "1"), cookie("b.example", "2")}}));
+    ASSERT_TRUE(isWhole(good));
+    const std::size_t pageEnd = 12 + (std::size_t(good[8]) << 24 | std::size_t(good[9]) << 16 |
+                                      std::size_t(good[10]) << 8 | good[11]);
+    std::vector<Bytes> damaged(3, good);
+    damaged[0][pageEnd + 3] ^= 0x40; // the checksum
+    damaged[1][12 + 8 + 8] = 0x01;   // the zero bytes closing the page's offset table
+    const std::string value = "value-of-1";
+    auto at = std::search(good.begin(), good.end(), value.begin(), value.end());
+    ASSERT_NE(at, good.end());
+    damaged[2][static_cast<std::size_t>(at - good.begin()) + 3] = 0; // the value cut short
+    for (const auto& bytes : damaged) {
+        ASSERT_TRUE(read(bytes));
+        ASSERT_FALSE(isWhole(bytes));
+        writeBytes(h.cookieFile(), bytes);
+        ageFile(h.cookieFile());
+        const auto before = stamp(h.cookieFile());
+        h.cleaner->deleteSafariCookies();
+        EXPECT_EQ(stamp(h.cookieFile()), before);
+    }
+    EXPECT_EQ(h.logLines("Safari cookie file is damaged and was left as it is: ").size(), 3u);
+}
+
+// A few hundred deterministic mutants (every other byte changed in turn): the clean either leaves
+// the file byte for byte or writes a whole file that holds every kept cookie and nothing else.
+TEST(SafariCookiesDelete, MutantsAreLeftAloneOrRewrittenWholeKeepingTheKeptCookies) {
+    Harness h;
+    h.cookies->keep(CookieBrowser::Safari, "kept.example");
+    const auto good = write(cookieFile(
+        {{cookie("kept.example", "k"), cookie("a.example", "1")}, {cookie("b.example", "2")}}));
+    int rewritten = 0;
+    for (std::size_t at = 0; at < good.size(); at += 2) {
+        Bytes bytes = good;
+        bytes[at] = static_cast<std::uint8_t>(bytes[at] + 1 + at % 7);
+        std::vector<Cookie> kept;
+        if (auto before = read(bytes))
+            for (const auto& page : before->pages)
+                for (const auto& c : page.cookies)
+                    if (CookieLists::stripLeadingDots(c.domain) == "kept.example")
+                        kept.push_back(c);
+        writeBytes(h.cookieFile(), bytes);
+        h.cleaner->deleteSafariCookies();
+        const auto after = readBytes(h.cookieFile());
+        if (after == bytes)
+            continue;
+        ++rewritten;
+        ASSERT_TRUE(isWhole(after)) << "byte " << at;
+        std::vector<Cookie> left;
+        const auto afterFile = read(after);
+        for (const auto& page : afterFile->pages)
+            left.insert(left.end(), page.cookies.begin(), page.cookies.end());
+        EXPECT_EQ(left, kept) << "byte " << at;
+    }
+    EXPECT_GT(rewritten, 0);
 }
 
 TEST(SafariCookiesDelete, NothingIsDeletedWhenTheKeepListCouldNotBeRead) {

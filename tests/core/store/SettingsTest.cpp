@@ -12,6 +12,7 @@
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace tpc::core {
@@ -200,6 +201,85 @@ TEST_F(SettingsTest, TruncatedArchiveIsKeptAside) {
     // The defaults can then be written again.
     ASSERT_TRUE(settings.flushPresetData(generalDefaults()));
     EXPECT_EQ(settings.load("General").status, Settings::LoadStatus::Loaded);
+}
+
+// The string length of "File Deletion Option"'s value's key enlarged by one byte: libplist
+// alone reads the file and the key's value is lost; the whole file is kept aside instead.
+TEST_F(SettingsTest, ArchiveWithOverlappingObjectsIsKeptAsideWhole) {
+    ASSERT_TRUE(settings.flushPresetData(generalDefaults()));
+    std::string bytes = test::readFile(folder / "General.plist");
+    const std::string key = "File Deletion Option"; // 20 bytes: marker 0x5F, then 0x10 0x14
+    const auto at = bytes.find(std::string("\x5F\x10\x14") + key);
+    ASSERT_NE(at, std::string::npos);
+    bytes[at + 2] = 0x15;
+    test::writeFile(folder / "General.plist", bytes);
+
+    auto loaded = settings.load("General");
+    EXPECT_EQ(loaded.status, Settings::LoadStatus::Unreadable);
+    EXPECT_EQ(test::readFile(loaded.keptAsidePath), bytes);
+    EXPECT_FALSE(fs::exists(folder / "General.plist"));
+}
+
+// A path holding a byte that is not UTF-8 would be stored by libplist as another string (cut
+// at the byte): nothing is written and the old file stays.
+TEST_F(SettingsTest, TextThatCannotBeStoredUnchangedLeavesTheOldFile) {
+    auto eraser = DictObj::make({{"presetName", Value("File Eraser")},
+                                 {"Paths", Value(ArrayObj::make({Value("/home/u/ok")}))}});
+    ASSERT_TRUE(settings.flushPresetData(eraser));
+    const std::string before = test::readFile(folder / "File Eraser.plist");
+    eraser->getArray("Paths")->append(Value("/home/u/a\xFF"
+                                            "b"));
+    EXPECT_FALSE(settings.flushPresetData(eraser));
+    EXPECT_TRUE(logMentions(log, "Error saving settings file"));
+    EXPECT_TRUE(logMentions(log, "a\\xFFb"));
+    EXPECT_EQ(test::readFile(folder / "File Eraser.plist"), before);
+    EXPECT_EQ(namesIn(folder), std::vector<std::string>{"File Eraser.plist"});
+}
+
+// What kill -9 during a save leaves: ".<name>.plist.tmp-<pid>-<n>-<hex>". Only those of
+// processes that are gone, only regular files, links never followed.
+TEST_F(SettingsTest, StaleTemporariesOfDeadProcessesAreRemovedAndNothingElse) {
+    ASSERT_TRUE(settings.ensureFolder());
+    // A pid that no process has: a child that has been waited for.
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0)
+        ::_exit(0);
+    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+    const std::string dead = std::to_string(child);
+    const std::string alive = std::to_string(::getppid());
+    const std::string mine = std::to_string(::getpid());
+
+    const std::vector<std::string> stale = {".Cookies.plist.tmp-" + dead + "-0-1a2b3c",
+                                            ".File Eraser.plist.tmp-" + dead + "-17-ff"};
+    const std::vector<std::string> kept = {
+        ".Cookies.plist.tmp-" + alive + "-0-abc", // its writer is still running
+        ".General.plist.tmp-" + mine + "-3-abc",  // ours
+        ".General.plist.tmp-" + dead + "-x-abc",  // not the pattern
+        "General.plist.tmp-" + dead + "-0-abc",   // no leading dot
+        ".notes.txt.tmp-" + dead + "-0-abc",      // not a settings file
+        ".Presets.plist.tmp-" + dead + "-0-ABC",  // upper-case stamp: not ours
+        "General.plist",
+    };
+    for (const auto& name : stale)
+        test::writeFile(folder / name, "partial");
+    for (const auto& name : kept)
+        test::writeFile(folder / name, "keep");
+    // A link and a folder with the pattern's name: neither is ours, and the link's target stays.
+    test::writeFile(home / "target", "target");
+    fs::create_symlink(home / "target", folder / (".Link.plist.tmp-" + dead + "-0-abc"));
+    fs::create_directory(folder / (".Dir.plist.tmp-" + dead + "-0-abc"));
+
+    EXPECT_EQ(settings.removeStaleTemporaries(), stale.size());
+    for (const auto& name : stale)
+        EXPECT_FALSE(fs::exists(folder / name)) << name;
+    for (const auto& name : kept)
+        EXPECT_EQ(test::readFile(folder / name), "keep") << name;
+    EXPECT_TRUE(fs::is_symlink(folder / (".Link.plist.tmp-" + dead + "-0-abc")));
+    EXPECT_EQ(test::readFile(home / "target"), "target");
+    EXPECT_TRUE(fs::is_directory(folder / (".Dir.plist.tmp-" + dead + "-0-abc")));
+    EXPECT_TRUE(logMentions(log, "interrupted save"));
+    EXPECT_EQ(settings.removeStaleTemporaries(), 0u);
 }
 
 TEST_F(SettingsTest, FolderThatCannotBeCreatedIsLoggedNotThrown) {
