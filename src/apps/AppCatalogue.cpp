@@ -11,6 +11,7 @@
 #include "core/SystemLog.h"
 #include "core/TaskFlags.h"
 #include "core/TaskTexts.h"
+#include "core/Utf8.h"
 #include "platform/DesktopApps.h"
 #include "platform/Platform.h"
 
@@ -84,6 +85,12 @@ DictRef emptyRecents() {
                           {keys::ArrayOfRecents, Value::newArray()}});
 }
 
+// Text the list can keep byte for byte: its settings file is a property list, whose strings are
+// UTF-8, and a NUL would end them early.
+bool storable(const std::string& text) {
+    return text.find('\0') == std::string::npos && core::isValidUtf8(text);
+}
+
 // A chosen path as the open panel gives it: absolute, without a trailing separator.
 std::string chosenPath(const std::string& path) {
     fs::path p(path);
@@ -145,11 +152,20 @@ bool AppCatalogue::loadRecents() {
     return true;
 }
 
+void AppCatalogue::skipUnstorable(const std::string& path) const {
+    ctx_.log.log("Not adding the application at path:" + core::displayText(path) +
+                 ", its path, identifier or name is not valid UTF-8 text");
+}
+
 void AppCatalogue::recentsFirstRunForAddingApps() {
     if (ctx_.platform.layout() == platform::Layout::Linux) {
         for (const auto& app : platform::listDesktopApps(ctx_.platform)) {
             if (desktopBrowser(app.id) || app.id.empty())
                 continue;
+            if (!storable(app.id) || !storable(app.name) || !storable(app.file.string())) {
+                skipUnstorable(app.file.string());
+                continue;
+            }
             arrayRecents_->append(Value(makeRecord(app.id, app.name, app.file.string(),
                                                    static_cast<std::int64_t>(size()))));
         }
@@ -169,9 +185,17 @@ void AppCatalogue::recentsFirstRunForAddingApps() {
         const std::string path = (folder / name).string();
         if (fs::path(name).extension() != ".app" || bundleBrowser(name))
             continue;
+        if (!storable(path)) {
+            skipUnstorable(path);
+            continue;
+        }
         auto id = bundleIdentifier(path);
         if (!id)
             continue;
+        if (!storable(*id)) {
+            skipUnstorable(path);
+            continue;
+        }
         arrayRecents_->append(Value(makeRecord(*id, fs::path(name).stem().string(), path,
                                                static_cast<std::int64_t>(size()))));
     }
@@ -217,6 +241,18 @@ std::optional<std::string> AppCatalogue::bundleIdentifier(const std::string& pat
 AppCatalogue::AddResult AppCatalogue::addApplication(const std::string& chosen) {
     const std::string path = chosenPath(chosen);
     const bool onLinux = ctx_.platform.layout() == platform::Layout::Linux;
+    // The list is kept in a property list, whose strings are UTF-8: anything else could only be
+    // stored as some other text, and the identifier names the application's cache folder.
+    auto refuse = [&](const char* what) {
+        ctx_.frontend.showAlert(okAlert("! Application Not Added",
+                                        "The application at path:\"" + core::displayText(path) +
+                                            "\" has " + what +
+                                            " that is not valid UTF-8 text, which the recents "
+                                            "list cannot keep"));
+        return AddResult::NotStorable;
+    };
+    if (!storable(path))
+        return refuse("a path");
 
     std::optional<platform::DesktopApp> desktop;
     const BrowserNotice* browser = nullptr;
@@ -246,6 +282,8 @@ AppCatalogue::AddResult AppCatalogue::addApplication(const std::string& chosen) 
         return AddResult::NoIdentifier;
     const std::string description =
         onLinux && desktop ? desktop->name : fs::path(path).stem().string();
+    if (!storable(*id) || !storable(description))
+        return refuse("an identifier or name");
     arrayRecents_->append(
         Value(makeRecord(*id, description, path, static_cast<std::int64_t>(size()))));
     save();

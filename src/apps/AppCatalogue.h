@@ -26,7 +26,8 @@ public:
     // list. Answers true when the list was created (the first run then fills it).
     bool loadRecents();
     // Fills a new list with the installed applications, the browsers of the Browsers page left
-    // out; an application without an identifier is logged and skipped.
+    // out; an application without an identifier, or whose path, identifier or name is not valid
+    // UTF-8 text, is logged and skipped.
     void recentsFirstRunForAddingApps();
 
     core::DictRef dictRecents() const { return dictRecents_; }
@@ -40,9 +41,17 @@ public:
     // logging "Not able to determine Bundle Identifier for path:<path>", when there is none.
     std::optional<std::string> bundleIdentifier(const std::string& path) const;
 
-    enum class AddResult { Added, BrowserAlreadyAvailable, AlreadyAdded, NoIdentifier };
+    enum class AddResult {
+        Added,
+        BrowserAlreadyAvailable,
+        AlreadyAdded,
+        NoIdentifier,
+        NotStorable
+    };
     // buttonAddToRecentsClicked's confirmation: the browser alerts, the duplicate-path alert,
-    // then the identifier; appends at the end, saves. Alerts go through the front end.
+    // then the identifier; appends at the end, saves. A path, identifier or name that is not
+    // valid UTF-8 text is refused with an alert (the list could only keep it as something
+    // else). Alerts go through the front end.
     AddResult addApplication(const std::string& path);
 
     // Removes one row / every row (sets changes-made), renumbers, re-sorts and saves; an
@@ -76,6 +85,7 @@ public:
 private:
     std::size_t size() const { return arrayRecents_->size(); }
     core::DictRef recordAt(int row) const;
+    void skipUnstorable(const std::string& path) const;
     // What every removal does next: changes made, order restored, result line, saved.
     void afterRemoval();
 

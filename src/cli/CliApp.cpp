@@ -2,6 +2,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Session.h"
+#include "core/Utf8.h"
 
 #include <CLI/CLI.hpp>
 #include <iostream>
@@ -10,9 +11,10 @@ namespace tpc::cli {
 
 namespace {
 
-// One line on standard error naming what was wrong.
+// One line on standard error naming what was wrong. Names from outside (paths, arguments) may
+// hold bytes that are not UTF-8: they are shown escaped.
 void complain(const std::string& message) {
-    std::cerr << "tpc: " << message << "\n";
+    std::cerr << "tpc: " << core::displayText(message) << "\n";
 }
 
 } // namespace

@@ -6,7 +6,9 @@
 #include "cli/Json.h"
 #include "core/Keys.h"
 #include "core/Record.h"
+#include "core/Utf8.h"
 #include "eraser/EraserList.h"
+#include "eraser/EraserPaths.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -30,7 +32,7 @@ std::string listedForm(const std::string& given) {
     std::error_code ec;
     auto text = std::filesystem::absolute(given, ec).lexically_normal().string();
     if (ec)
-        throw UsageError("cannot make \"" + given + "\" an absolute path");
+        throw UsageError("cannot make \"" + core::displayText(given) + "\" an absolute path");
     while (text.size() > 1 && text.back() == '/')
         text.pop_back();
     return text;
@@ -46,7 +48,7 @@ int rowOf(Session& session, const std::string& given) {
     auto path = listedForm(given);
     int row = session.app().eraserList().findRow(path);
     if (row < 0)
-        throw UsageError("\"" + path + "\" is not in the file eraser list");
+        throw UsageError("\"" + core::displayText(path) + "\" is not in the file eraser list");
     return row;
 }
 
@@ -54,8 +56,10 @@ std::string readable(const core::ArrayRef& rows, const std::optional<core::Alert
     std::ostringstream text;
     if (rows)
         for (const auto& row : rows->dicts()) {
-            text << (core::isMarked(row) ? "[x] " : "[ ] ") << core::description(row) << "  "
-                 << row->getString(core::keys::SizeFormattedString) << "  " << core::path(row);
+            text << (core::isMarked(row) ? "[x] " : "[ ] ")
+                 << core::displayText(core::description(row)) << "  "
+                 << row->getString(core::keys::SizeFormattedString) << "  "
+                 << core::displayText(core::path(row));
             if (row->getBool(eraser::keys::IsAFolder))
                 text << (row->getBool(eraser::keys::DeleteOption) ? "  (contents)" : "  (folder)");
             text << "\n";
@@ -63,7 +67,7 @@ std::string readable(const core::ArrayRef& rows, const std::optional<core::Alert
     if (!rows || rows->empty())
         text << "(the file eraser list is empty)\n";
     if (alert)
-        text << alert->title << "\n" << alert->message << "\n";
+        text << alert->title << "\n" << core::displayText(alert->message) << "\n";
     return text.str();
 }
 
@@ -83,9 +87,13 @@ int add(Session& session, const EraserArgs& args) {
         auto path = listedForm(given);
         struct stat st {};
         if (lstat(path.c_str(), &st) != 0)
-            throw UsageError("no such file or folder: \"" + given + "\"");
+            throw UsageError("no such file or folder: \"" + core::displayText(given) + "\"");
         if (path == "/")
             throw UsageError("refusing to list the root folder");
+        if (!eraser::storablePath(path))
+            throw UsageError("cannot list \"" + core::displayText(path) +
+                             "\": its name is not valid UTF-8 text, which the list cannot keep "
+                             "(use tpc erase to remove it now)");
         paths.push_back(path);
     }
     auto& app = session.app();
@@ -126,7 +134,7 @@ int option(Session& session, const EraserArgs& args) {
         throw UsageError("the delete option is contents or folder, not \"" + args.value + "\"");
     int row = rowOf(session, args.path);
     if (!session.app().eraserList().setDeleteOption(row, args.value == "contents"))
-        throw UsageError("\"" + listedForm(args.path) + "\" is not a folder");
+        throw UsageError("\"" + core::displayText(listedForm(args.path)) + "\" is not a folder");
     return printList(session);
 }
 

@@ -107,7 +107,8 @@ nlohmann::json toJson(const core::ProgressMessage& message) {
 std::string toText(const Value& value) {
     if (const auto* s = value.string())
         return *s;
-    return toJson(value).dump();
+    // Display only: text that is not UTF-8 is shown with replacement characters.
+    return toJson(value).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 } // namespace tpc::cli

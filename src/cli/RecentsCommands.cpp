@@ -7,6 +7,7 @@
 #include "cli/Json.h"
 #include "core/Keys.h"
 #include "core/Record.h"
+#include "core/Utf8.h"
 #include "platform/Platform.h"
 
 #include <filesystem>
@@ -81,8 +82,10 @@ std::string readable(Session& session, const core::ArrayRef& rows,
     std::ostringstream text;
     if (rows)
         for (const auto& row : rows->dicts()) {
-            text << (core::isMarked(row) ? "[x] " : "[ ] ") << core::description(row) << "  "
-                 << row->getString(core::keys::SizeFormattedString) << "  " << core::path(row);
+            text << (core::isMarked(row) ? "[x] " : "[ ] ")
+                 << core::displayText(core::description(row)) << "  "
+                 << row->getString(core::keys::SizeFormattedString) << "  "
+                 << core::displayText(core::path(row));
             std::string on;
             for (const char* f : apps::keys::kOptionFlags)
                 if (catalogue.optionAvailable(f) && row->getInt(f) == 1)
@@ -92,7 +95,7 @@ std::string readable(Session& session, const core::ArrayRef& rows,
     if (!rows || rows->empty())
         text << "(the application list is empty)\n";
     if (alert)
-        text << alert->title << "\n" << alert->message << "\n";
+        text << alert->title << "\n" << core::displayText(alert->message) << "\n";
     return text.str();
 }
 
@@ -110,7 +113,12 @@ int add(Session& session, const RecentsArgs& args) {
     auto path = absoluteForm(args.app);
     struct stat st {};
     if (lstat(path.c_str(), &st) != 0)
-        throw UsageError("no such application: \"" + args.app + "\"");
+        throw UsageError("no such application: \"" + core::displayText(args.app) + "\"");
+    // The list is kept in a property list, whose strings are UTF-8: any other name could only be
+    // stored as some other path.
+    if (!core::isValidUtf8(path) || path.find('\0') != std::string::npos)
+        throw UsageError("cannot list \"" + core::displayText(path) +
+                         "\": its name is not valid UTF-8 text, which the list cannot keep");
     bool macos = session.platform().layout() == platform::Layout::MacOS;
     const char* wanted = macos ? ".app" : ".desktop";
     if (fs::path(path).extension() != wanted)
@@ -120,7 +128,7 @@ int add(Session& session, const RecentsArgs& args) {
     auto result = session.app().appCatalogue().addApplication(path);
     if (result == AppCatalogue::AddResult::NoIdentifier)
         std::cerr << "tpc: no " << (macos ? "bundle identifier" : "desktop file id") << " for \""
-                  << path << "\": nothing added\n";
+                  << core::displayText(path) << "\": nothing added\n";
     std::optional<core::AlertRequest> alert;
     if (session.frontend().alerts().size() > shownBefore)
         alert = session.frontend().alerts().back();

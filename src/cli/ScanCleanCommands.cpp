@@ -7,6 +7,7 @@
 #include "core/CategoryEngine.h"
 #include "core/Keys.h"
 #include "core/Record.h"
+#include "core/Utf8.h"
 
 #include <atomic>
 #include <csignal>
@@ -87,13 +88,15 @@ std::string readable(const core::CategoryEngine& engine, const std::optional<std
     auto list = engine.list();
     if (list)
         for (const auto& root : list->dicts()) {
-            text << (core::isMarked(root) ? "[x] " : "[ ] ") << core::description(root) << "  "
+            text << (core::isMarked(root) ? "[x] " : "[ ] ")
+                 << core::displayText(core::description(root)) << "  "
                  << root->getString(core::keys::SizeFormattedString);
             std::string marked;
             if (auto subs = core::subList(root))
                 for (const auto& sub : subs->dicts())
                     if (core::isMarked(sub))
-                        marked += (marked.empty() ? "" : ", ") + core::description(sub);
+                        marked += (marked.empty() ? "" : ", ") +
+                                  core::displayText(core::description(sub));
             if (!marked.empty())
                 text << "  (marked: " << marked << ")";
             text << "\n";

@@ -2,11 +2,13 @@
 
 #include "erase/FileWalk.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -36,8 +38,8 @@ struct Frame {
 
 class Walker {
 public:
-    explicit Walker(const std::function<bool()>& aborted)
-        : aborted_(aborted), buffer_(new char[kListBufferSize]) {}
+    Walker(const std::function<bool()>& aborted, const std::vector<std::string>& skipped)
+        : aborted_(aborted), skipped_(skipped), buffer_(new char[kListBufferSize]) {}
 
     TreeTotals walk(UniqueFd root) {
         stack_.emplace_back();
@@ -71,6 +73,10 @@ private:
         return false;
     }
 
+    bool isSkipped(const char* name) const {
+        return std::find(skipped_.begin(), skipped_.end(), name) != skipped_.end();
+    }
+
     // Counts every entry of the folder and notes which ones are folders to walk next.
     void list(Frame& frame) {
         const int fd = frame.fd.get();
@@ -85,6 +91,8 @@ private:
                 pos += entry->d_reclen;
                 const char* name = entry->d_name;
                 if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0')))
+                    continue;
+                if (&frame == &stack_.front() && isSkipped(name))
                     continue;
                 if (stop())
                     return;
@@ -139,6 +147,8 @@ private:
     }
 
     const std::function<bool()>& aborted_;
+    // Names left out of the walked folder itself, with everything beneath them.
+    const std::vector<std::string>& skipped_;
     std::unique_ptr<char[]> buffer_;
     std::vector<Frame> stack_;
     // Frames below this index have had their descriptors closed.
@@ -165,7 +175,19 @@ TreeTotals measureTree(const std::string& path, const std::function<bool()>& abo
     UniqueFd root(::open(path.c_str(), kFolderFlags));
     if (!root)
         return totals;
-    return Walker(aborted).walk(std::move(root));
+    return Walker(aborted, {}).walk(std::move(root));
+}
+
+TreeTotals measureFolder(const std::string& folder, const std::vector<std::string>& skipped,
+                         const std::function<bool()>& aborted) {
+    if (folder.empty())
+        return {};
+    // O_NOFOLLOW: a link in the folder's place is refused by the open itself, so what is walked
+    // is what was asked for, whatever is swapped in meanwhile.
+    UniqueFd root(::open(folder.c_str(), kFolderFlags));
+    if (!root)
+        return {};
+    return Walker(aborted, skipped).walk(std::move(root));
 }
 
 } // namespace tpc::erase

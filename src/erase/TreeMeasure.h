@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace tpc::erase {
 
@@ -21,5 +22,12 @@ struct TreeTotals {
 // Sizes are the entries' st_size as lstat reports them. `aborted`, when given, is asked before
 // every entry. Folders that cannot be opened or listed add nothing below them.
 TreeTotals measureTree(const std::string& path, const std::function<bool()>& aborted = {});
+
+// What emptying a folder would remove: every entry under `folder` at any depth, as measureTree
+// counts them, leaving out the folder's own entries named in `skipped` and everything beneath
+// them. Nothing when `folder` is missing, not a folder, or a link to one (its target is never
+// looked at).
+TreeTotals measureFolder(const std::string& folder, const std::vector<std::string>& skipped = {},
+                         const std::function<bool()>& aborted = {});
 
 } // namespace tpc::erase

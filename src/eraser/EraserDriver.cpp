@@ -82,6 +82,13 @@ std::vector<std::string> EraserDriver::markOnly(const std::vector<std::string>& 
 EraserList::AddOutcome EraserDriver::addPaths(const std::vector<std::string>& paths) {
     const auto outcome = list_.addPaths(paths);
     scanTask_.reloadLists();
+    if (const std::string refused = EraserList::refusalMessage(outcome); !refused.empty()) {
+        core::AlertRequest alert;
+        alert.title = "Path(s) not added !";
+        alert.message = refused;
+        alert.defaultButton = "OK";
+        ctx_.frontend.showAlert(alert);
+    }
     const std::string message = EraserList::inconsistencyMessage(outcome);
     if (!message.empty()) {
         core::AlertRequest alert;

@@ -5,6 +5,7 @@
 #include "core/Settings.h"
 #include "core/SizeText.h"
 #include "core/TaskFlags.h"
+#include "core/Utf8.h"
 #include "eraser/EraserPaths.h"
 
 #include <algorithm>
@@ -94,6 +95,12 @@ EraserList::AddOutcome EraserList::addPaths(const std::vector<std::string>& path
     for (const auto& chosen : paths) {
         if (chosen.empty() || chosen.front() != '/')
             continue;
+        // The list is kept in a property list, whose strings are UTF-8: any other name could
+        // only be stored as some other path.
+        if (!storablePath(chosen)) {
+            outcome.refused.push_back(chosen);
+            continue;
+        }
         const std::string added = normalisedPath(chosen);
         bool refused = false;
         std::vector<DictRef> enclosed;
@@ -130,6 +137,19 @@ EraserList::AddOutcome EraserList::addPaths(const std::vector<std::string>& path
     core::sortByPreviousSort(arrayFolders_);
     save();
     return outcome;
+}
+
+std::string EraserList::refusalMessage(const AddOutcome& outcome) {
+    if (outcome.refused.empty())
+        return {};
+    std::string message = outcome.refused.size() == 1
+                              ? "This path was not added: its name is not valid UTF-8 text, which "
+                                "the list cannot keep:"
+                              : "These paths were not added: their names are not valid UTF-8 "
+                                "text, which the list cannot keep:";
+    for (const auto& path : outcome.refused)
+        message += "\n" + core::displayText(path);
+    return message;
 }
 
 std::string EraserList::inconsistencyMessage(const AddOutcome& outcome) {

@@ -36,13 +36,17 @@ public:
         bool alreadyAdded = false;
         // Listed paths lay inside a chosen folder and were replaced by it.
         bool replaced = false;
+        // Chosen paths left out because the list cannot keep them (see storablePath).
+        std::vector<std::string> refused;
     };
     // The add rule, path by path in the given order (absolute paths as an open panel returns
-    // them; anything else is ignored); then re-sorts and saves. Alerts and the sizes update are
-    // the caller's.
+    // them; anything else is ignored, and paths the list cannot keep are refused); then
+    // re-sorts and saves. Alerts and the sizes update are the caller's.
     AddOutcome addPaths(const std::vector<std::string>& paths);
     // The "Path(s) inconsistencies !" message for an outcome; empty when no flag is set.
     static std::string inconsistencyMessage(const AddOutcome& outcome);
+    // The message naming the refused paths (shown through core::displayText); empty when none.
+    static std::string refusalMessage(const AddOutcome& outcome);
 
     // Remove the given rows / every row (emptying sets changes-made), renumber, re-sort, save.
     void removeRows(std::vector<int> rows);

@@ -1,5 +1,7 @@
 #include "eraser/EraserPaths.h"
 
+#include "core/Utf8.h"
+
 #include <filesystem>
 
 namespace tpc::eraser {
@@ -17,6 +19,10 @@ bool liesInside(const std::string& inner, const std::string& outer) {
     if (outer == "/")
         return inner.front() == '/';
     return inner.compare(0, outer.size(), outer) == 0 && inner[outer.size()] == '/';
+}
+
+bool storablePath(const std::string& path) {
+    return path.find('\0') == std::string::npos && core::isValidUtf8(path);
 }
 
 std::string lastComponent(const std::string& path) {

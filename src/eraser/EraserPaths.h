@@ -13,6 +13,10 @@ std::string normalisedPath(const std::string& path);
 // True when `inner` lies strictly below `outer` (both normalised): `outer` is a proper ancestor.
 bool liesInside(const std::string& inner, const std::string& outer);
 
+// True when `path` can be kept in the list byte for byte: valid UTF-8 (the settings file's
+// strings are) without a NUL. Any other path is refused, never stored as something else.
+bool storablePath(const std::string& path);
+
 // The last component as a row shows it ("/" for the root).
 std::string lastComponent(const std::string& path);
 

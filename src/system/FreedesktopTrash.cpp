@@ -62,11 +62,23 @@ FreedesktopTrash::FreedesktopTrash(fs::path folder, erase::Deleter& deleter)
     : folder_(std::move(folder)), deleter_(deleter) {}
 
 erase::TreeTotals FreedesktopTrash::measure(const std::function<bool()>& aborted) const {
+    if (!isRealFolder(folder_))
+        return {};
+    // A link in the place of "files" is neither walked nor emptied: it counts as nothing.
+    struct stat st {};
+    if (::lstat(files().c_str(), &st) == 0 && S_ISLNK(st.st_mode))
+        return {};
     return erase::measureTree(files().string(), aborted);
 }
 
 void FreedesktopTrash::empty() {
     if (!isRealFolder(folder_))
+        return;
+    // A link (or anything but a folder) in the place of "files" or "info" leaves the whole trash
+    // alone: its items and their info entries go together or not at all, and nothing is reached
+    // through such a link.
+    if ((entryExists(files()) && !isRealFolder(files())) ||
+        (entryExists(info()) && !isRealFolder(info())))
         return;
     // One item at a time, so that an item's info goes only once the item itself has gone.
     for (const auto& item : topLevelEntries(files())) {
@@ -80,7 +92,8 @@ void FreedesktopTrash::empty() {
 
 void FreedesktopTrash::removeInfoOf(const std::string& name) {
     const auto infoFile = info() / (name + kInfoSuffix);
-    if (entryExists(infoFile) && !isRealFolder(infoFile))
+    // Checked again for every item: "info" may have been swapped for a link meanwhile.
+    if (isRealFolder(info()) && entryExists(infoFile) && !isRealFolder(infoFile))
         deleter_.simpleDeleteFiles({infoFile.string()});
 }
 

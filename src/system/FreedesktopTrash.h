@@ -19,12 +19,14 @@ class FreedesktopTrash {
 public:
     FreedesktopTrash(std::filesystem::path folder, erase::Deleter& deleter);
 
-    // Every entry under "files/" at any depth ("files" that is not a folder counts once).
+    // Every entry under "files/" at any depth ("files" that is not a folder counts once); nothing
+    // when the trash is not a folder or "files" is a link.
     erase::TreeTotals measure(const std::function<bool()>& aborted = {}) const;
 
     // Removes every item of "files/" through the deletion engine (which follows the erase
     // setting and removes a link as a link), the "info/" entry of every item that went, the
-    // "info/" entries whose item is missing, and brings "directorysizes" in line.
+    // "info/" entries whose item is missing, and brings "directorysizes" in line. Does nothing
+    // when "files" or "info" is there but is not a folder (a link to one, say).
     void empty();
 
 private:

@@ -13,6 +13,7 @@
 #include "system/FreedesktopTrash.h"
 
 #include <charconv>
+#include <sys/stat.h>
 
 namespace tpc::system {
 
@@ -74,6 +75,11 @@ std::int32_t int32Answer(const std::string& output) {
     return static_cast<std::int32_t>(value);
 }
 
+bool isLink(const fs::path& path) {
+    struct stat st {};
+    return ::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
+}
+
 } // namespace
 
 SystemJunk::SystemJunk(platform::Platform& platform, erase::Deleter& deleter, core::SystemLog& log,
@@ -122,6 +128,14 @@ SystemCount SystemJunk::measure(const std::vector<fs::path>& paths,
     return total;
 }
 
+SystemCount SystemJunk::measureContents(const fs::path& folder,
+                                        const std::function<bool()>& aborted) const {
+    // A link in the folder's place is neither walked nor emptied: it counts as nothing.
+    if (isLink(folder))
+        return {};
+    return measure({folder}, aborted);
+}
+
 SystemCount SystemJunk::recentBookmarks(bool folders) const {
     const RecentFiles recent(platform_.recentlyUsedFile());
     const auto totals = recent.count(folders ? RecentFiles::isFolder : RecentFiles::isFile);
@@ -157,17 +171,27 @@ SystemCount SystemJunk::countSystemDetailsToClear(const core::DictRef& record,
         // A negative count is kept as the unsigned pattern the totals add up modulo 2^64.
         return {answer ? static_cast<std::uint64_t>(recentPlacesCount(*answer)) : 0u, 0};
     }
-    if (name == kLogs)
-        return measure(platform_.logs(), aborted);
+    if (name == kLogs) {
+        // linux: log files, each removed as itself; macos: the Logs folder, emptied.
+        if (linuxLayout())
+            return measure(platform_.logs(), aborted);
+        SystemCount total;
+        for (const auto& folder : platform_.logs()) {
+            const auto part = measureContents(folder, aborted);
+            total.count += part.count;
+            total.size += part.size;
+        }
+        return total;
+    }
     if (name == kTrash) {
         if (linuxLayout()) {
             const auto totals = FreedesktopTrash(platform_.trash(), deleter_).measure(aborted);
             return {totals.count, totals.bytes};
         }
-        return measure({platform_.trash()}, aborted);
+        return measureContents(platform_.trash(), aborted);
     }
     if (name == kUserDownloads)
-        return measure({platform_.downloads()}, aborted);
+        return measureContents(platform_.downloads(), aborted);
     if (name == kApplicationRecents)
         return sharedFileList(kRecentApplicationsKey);
     if (name == kRecentServerList)

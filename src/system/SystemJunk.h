@@ -82,11 +82,16 @@ private:
     // The totals of measureTree over the paths.
     SystemCount measure(const std::vector<std::filesystem::path>& paths,
                         const std::function<bool()>& aborted) const;
+    // What emptying the folder counts: nothing when a link is in its place (deleteContents then
+    // removes nothing either); anything else as measureTree counts it.
+    SystemCount measureContents(const std::filesystem::path& folder,
+                                const std::function<bool()>& aborted) const;
     // The file (or folder) bookmarks of the desktop's recently-used list.
     SystemCount recentBookmarks(bool folders) const;
     // The items of a shared file list kept in the recent-items preference file.
     SystemCount sharedFileList(const char* listKey) const;
-    // Hands every entry of the folder to the deletion engine; the folder stays.
+    // Hands every entry of the folder to the deletion engine; the folder stays. A link in the
+    // folder's place is left alone with what it points to.
     void deleteContents(const std::filesystem::path& folder);
 
     platform::Platform& platform_;

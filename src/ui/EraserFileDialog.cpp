@@ -1,11 +1,19 @@
 #include "ui/EraserFileDialog.h"
 
+#include "core/Utf8.h"
+#include "erase/FileWalk.h"
+
 #include <QAbstractItemView>
 #include <QDialogButtonBox>
+#include <QFile>
 #include <QFileInfo>
 #include <QItemSelectionModel>
 #include <QLineEdit>
 #include <QPushButton>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <vector>
 
 namespace tpc::ui {
 
@@ -19,7 +27,59 @@ QAbstractItemView* entryView(const QFileDialog& dialog) {
     return dialog.findChild<QAbstractItemView*>(QStringLiteral("listView"));
 }
 
+// True when `name` is the only entry of folder `folder` (bytes) whose name reads as `shown`.
+bool onlyEntryShownAs(const std::string& folder, const std::string& name, const QString& shown) {
+    erase::UniqueFd fd(
+        ::open(folder.empty() ? "/" : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    std::vector<std::string> names;
+    int error = 0;
+    if (!fd || !erase::listFolder(fd.get(), names, error))
+        return false;
+    for (const auto& entry : names)
+        if (entry != name && QFile::decodeName(QByteArray::fromStdString(entry)) == shown)
+            return false;
+    return true;
+}
+
 } // namespace
+
+std::optional<std::string> chosenLocalPath(const QString& chosen, std::string& problem) {
+    const QByteArray encoded = QFile::encodeName(chosen);
+    const std::string bytes = encoded.toStdString();
+    const std::string shown = "\"" + core::displayText(bytes) + "\"";
+    problem.clear();
+    if (bytes.empty() || bytes.front() != '/' || bytes.find('\0') != std::string::npos ||
+        !core::isValidUtf8(bytes) || QFile::decodeName(encoded) != chosen) {
+        problem = shown + " cannot be added: its name is not valid UTF-8 text.";
+        return std::nullopt;
+    }
+    struct stat st {};
+    if (::lstat(bytes.c_str(), &st) != 0) {
+        problem = shown + " cannot be added: no file or folder has exactly this name (a name "
+                          "that is not valid UTF-8 text reads differently once shown).";
+        return std::nullopt;
+    }
+    // A name shown with U+FFFD may be that very character, or bytes that are not UTF-8 and read
+    // the same: the path is taken only when no other entry along it reads the same.
+    if (chosen.contains(QChar(QChar::ReplacementCharacter))) {
+        std::size_t start = 1;
+        while (start < bytes.size()) {
+            std::size_t end = bytes.find('/', start);
+            if (end == std::string::npos)
+                end = bytes.size();
+            const std::string name = bytes.substr(start, end - start);
+            if (!name.empty() && name.find("\xEF\xBF\xBD") != std::string::npos &&
+                !onlyEntryShownAs(bytes.substr(0, start - 1), name,
+                                  QFile::decodeName(QByteArray::fromStdString(name)))) {
+                problem = shown + " cannot be added: another file or folder beside it has a "
+                                  "name that is not valid UTF-8 text and reads the same.";
+                return std::nullopt;
+            }
+            start = end + 1;
+        }
+    }
+    return bytes;
+}
 
 EraserFileDialog::EraserFileDialog(QWidget* parent, const QString& directory, bool embedded)
     : QFileDialog(parent, QString::fromLatin1(kTitle), directory) {

@@ -7,7 +7,18 @@
 #include <QFileDialog>
 #include <QStringList>
 
+#include <optional>
+#include <string>
+
 namespace tpc::ui {
+
+// A path an open panel handed back, as the bytes that name it on disk. A panel's paths are text:
+// a name whose bytes are not UTF-8 comes back with U+FFFD in their place, and its text then names
+// a missing file or another one. The path is taken only when its bytes name an existing entry,
+// are valid UTF-8 (the lists are kept in property lists, whose strings are), and no other entry
+// of a folder along it reads as the same text. Otherwise nothing, with `problem` set to a message
+// naming the path (through core::displayText).
+std::optional<std::string> chosenLocalPath(const QString& chosen, std::string& problem);
 
 class EraserFileDialog : public QFileDialog {
     Q_OBJECT

@@ -1,6 +1,7 @@
 #include "ui/EraserPage.h"
 
 #include "core/AppDelegate.h"
+#include "core/Frontend.h"
 #include "core/Record.h"
 #include "eraser/EraserDriver.h"
 #include "eraser/EraserList.h"
@@ -16,6 +17,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QComboBox>
+#include <QFile>
 #include <QHBoxLayout>
 #include <QItemSelectionModel>
 #include <QLabel>
@@ -53,7 +55,8 @@ EraserPage::EraserPage(core::AppDelegate& app, QWidget* parent)
     : QWidget(parent), app_(app), eraserList_(app.eraserList()), driver_(app.eraserDriver()) {
     setStyleSheet(pageStyleSheet() + QString::fromLatin1(kOwnStyle));
     chooseFiles = [this](bool embedded) {
-        const QString home = QString::fromStdString(app_.context().platform.home().string());
+        const QString home =
+            QFile::decodeName(QByteArray::fromStdString(app_.context().platform.home().string()));
         return EraserFileDialog::choose(this, home, embedded);
     };
 
@@ -244,10 +247,24 @@ void EraserPage::addChosenPaths(bool embedded) {
         return;
     std::vector<std::string> paths;
     paths.reserve(static_cast<std::size_t>(chosen.size()));
-    for (const QString& path : chosen)
-        paths.push_back(path.toStdString());
+    std::string refused;
+    for (const QString& path : chosen) {
+        std::string problem;
+        if (auto bytes = chosenLocalPath(path, problem))
+            paths.push_back(std::move(*bytes));
+        else
+            refused += (refused.empty() ? "" : "\n") + problem;
+    }
+    if (!refused.empty()) {
+        core::AlertRequest alert;
+        alert.title = "Path(s) not added !";
+        alert.message = refused;
+        alert.defaultButton = "OK";
+        app_.context().frontend.showAlert(alert);
+    }
     // The driver alerts about paths it refused or replaced and starts measuring the new rows.
-    driver_.addPaths(paths);
+    if (!paths.empty())
+        driver_.addPaths(paths);
     reloadList();
 }
 

@@ -3,10 +3,12 @@
 #include "apps/AppCatalogue.h"
 #include "apps/RecentsDriver.h"
 #include "core/AppDelegate.h"
+#include "core/Frontend.h"
 #include "core/Record.h"
 #include "platform/Platform.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
+#include "ui/EraserFileDialog.h"
 #include "ui/MainWindow.h"
 #include "ui/MasterCheckBox.h"
 #include "ui/PageStyle.h"
@@ -41,7 +43,7 @@ QPushButton* listActionButton(const QString& title, const QString& tip, QWidget*
 
 RecentsPage::RecentsPage(core::AppDelegate& app, QWidget* parent)
     : QWidget(parent), catalogue_(app.appCatalogue()), driver_(app.recentsDriver()),
-      platform_(app.context().platform) {
+      platform_(app.context().platform), frontend_(app.context().frontend) {
     setStyleSheet(pageStyleSheet());
     chooseFiles = [this](const FileRequest& request) {
         return runOpenPanel(request);
@@ -239,7 +241,16 @@ void RecentsPage::addChosen(bool embedded) {
     // One application at a time.
     if (chosen.isEmpty() || chosen.first().isEmpty())
         return;
-    catalogue_.addApplication(chosen.first().toStdString());
+    std::string problem;
+    if (auto path = chosenLocalPath(chosen.first(), problem)) {
+        catalogue_.addApplication(*path);
+    } else {
+        core::AlertRequest alert;
+        alert.title = "! Application Not Added";
+        alert.message = problem;
+        alert.defaultButton = "OK";
+        frontend_.showAlert(alert);
+    }
     reloadLists();
 }
 

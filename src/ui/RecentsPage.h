@@ -17,7 +17,8 @@ class QPushButton;
 
 namespace tpc::core {
 class AppDelegate;
-}
+class Frontend;
+} // namespace tpc::core
 namespace tpc::apps {
 class AppCatalogue;
 class RecentsDriver;
@@ -98,6 +99,7 @@ private:
     apps::AppCatalogue& catalogue_;
     apps::RecentsDriver& driver_;
     platform::Platform& platform_;
+    core::Frontend& frontend_;
     QPointer<MainWindow> window_;
     CheckListPanel* list_ = nullptr;
     QPushButton* scanButton_ = nullptr;

@@ -22,6 +22,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QFile>
 #include <QFileSystemModel>
 #include <QMenu>
 #include <QPushButton>
@@ -114,6 +115,7 @@ class EraserPageTest : public QObject {
 private slots:
     void addingListsTheRowsAndTheSizesUpdateMeasuresThem();
     void aFileInsideAListedFolderIsRefusedWithTheAlert();
+    void aNameThatIsNotUtf8IsRefusedWithAnAlert();
     void removeFollowsTheSelectionAndRemoveAllEmptiesTheList();
     void deleteOptionIsAFoldersChoiceAndIsSaved();
     void openingThePageDoesNotScanAndTheCleanButtonFollowsTheMarks();
@@ -160,6 +162,29 @@ void EraserPageTest::aFileInsideAListedFolderIsRefusedWithTheAlert() {
     QCOMPARE(alerts.front().alert.title, std::string("Path(s) inconsistencies !"));
     QCOMPARE(alerts.front().alert.message,
              std::string("All or some paths were already added to list"));
+    QTRY_VERIFY(e.settled());
+}
+
+void EraserPageTest::aNameThatIsNotUtf8IsRefusedWithAnAlert() {
+    Engine e;
+    Page p(e);
+    // The panel hands names back as text: bytes that are not UTF-8 come back as U+FFFD, and that
+    // text names a missing file, or another one ("b\uFFFD" here, beside "b\xFF").
+    tpc::test::writeFile(e.home() / "a\xff/x", "x");
+    tpc::test::writeFile(e.home() / "b\xff", "x");
+    tpc::test::writeFile(e.home() / "b\xef\xbf\xbd", "y");
+    const auto shown = [&](const char* name) {
+        return QFile::decodeName(QByteArray::fromStdString((e.home() / name).string()));
+    };
+    p.add({shown("a\xff"), shown("b\xff"), e.at("notes.txt")});
+    QCOMPARE(column(p.model(), CheckListModel::NameColumn), QStringList({"notes.txt"}));
+    const auto alerts = e.frontend.eventsOf(core::FrontendEvent::Type::Alert);
+    QCOMPARE(alerts.size(), std::size_t(1));
+    QCOMPARE(alerts.front().alert.title, std::string("Path(s) not added !"));
+    const std::string& message = alerts.front().alert.message;
+    QVERIFY2(message.find("no file or folder has exactly this name") != std::string::npos,
+             message.c_str());
+    QVERIFY2(message.find("reads the same") != std::string::npos, message.c_str());
     QTRY_VERIFY(e.settled());
 }
 

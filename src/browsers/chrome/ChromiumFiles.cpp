@@ -1,5 +1,8 @@
 #include "browsers/chrome/ChromiumFiles.h"
 
+#include "erase/FolderEntries.h"
+#include "erase/TreeMeasure.h"
+
 #include <algorithm>
 #include <sys/stat.h>
 
@@ -42,17 +45,11 @@ void addPair(CountPair& total, const CountPair& part) {
 }
 
 CountPair countFolderEntries(const fs::path& folder, const std::vector<std::string>& skipped) {
+    const auto totals = erase::measureFolder(folder.string(), skipped);
     CountPair pair;
-    if (!isFolder(folder))
-        return pair;
-    std::error_code ec;
-    fs::recursive_directory_iterator it(folder, fs::directory_options::skip_permission_denied, ec);
-    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-        const auto& path = it->path();
-        if (contains(skipped, path.lexically_relative(folder).string()))
-            continue;
-        addPair(pair, CountPair{1, static_cast<std::int64_t>(itemSize(path))});
-    }
+    // Sizes are summed in 64 bits and kept modulo 2^32, as adding them one by one in 32 would.
+    addPair(pair, CountPair{static_cast<std::int64_t>(totals.count),
+                            static_cast<std::int64_t>(static_cast<std::uint32_t>(totals.bytes))});
     return pair;
 }
 
@@ -74,10 +71,10 @@ std::vector<std::string> entryNames(const fs::path& folder,
 
 std::vector<std::string> topLevelEntries(const fs::path& folder,
                                          const std::vector<std::string>& skipped) {
-    std::vector<std::string> paths;
-    for (const auto& name :
-         entryNames(folder, [&](const std::string& n) { return !contains(skipped, n); }))
-        paths.push_back((folder / name).string());
+    auto paths = erase::topLevelEntries(folder);
+    std::erase_if(paths, [&](const std::string& path) {
+        return contains(skipped, fs::path(path).filename().string());
+    });
     return paths;
 }
 

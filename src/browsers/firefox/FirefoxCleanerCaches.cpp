@@ -4,10 +4,9 @@
 #include "browsers/firefox/FirefoxCleaner.h"
 #include "browsers/firefox/FirefoxStores.h"
 #include "erase/Deleter.h"
+#include "erase/FolderEntries.h"
+#include "erase/TreeMeasure.h"
 #include "platform/Platform.h"
-
-#include <algorithm>
-#include <sys/stat.h>
 
 namespace tpc::browsers {
 
@@ -15,26 +14,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::int64_t entrySize(const fs::path& path) {
-    struct stat st {};
-    return ::lstat(path.c_str(), &st) == 0 ? static_cast<std::int64_t>(st.st_size) : 0;
-}
-
-// Every entry below `folder` (not the folder itself) adds 1 and its size; a top-level entry
-// named `skip` is left out together with everything beneath it.
-CountPair walk(const fs::path& folder, const std::string& skip = {}) {
-    CountPair pair;
-    std::error_code ec;
-    fs::recursive_directory_iterator it(folder, fs::directory_options::skip_permission_denied, ec);
-    for (fs::recursive_directory_iterator end; !ec && it != end; it.increment(ec)) {
-        if (!skip.empty() && it.depth() == 0 && it->path().filename() == skip) {
-            it.disable_recursion_pending();
-            continue;
-        }
-        pair.count += 1;
-        pair.size += entrySize(it->path());
-    }
-    return pair;
+CountPair pairOf(const erase::TreeTotals& totals) {
+    return CountPair{static_cast<std::int64_t>(totals.count),
+                     static_cast<std::int64_t>(totals.bytes)};
 }
 
 } // namespace
@@ -52,9 +34,9 @@ std::optional<fs::path> FirefoxCleaner::cacheProfile() const {
 
 CountPair FirefoxCleaner::countFirefoxInternetCaches() {
     auto folder = cacheProfile();
-    if (!folder || !firefox::isFolder(*folder / webCacheName()))
+    if (!folder)
         return {};
-    return walk(*folder / webCacheName());
+    return pairOf(erase::measureFolder((*folder / webCacheName()).string()));
 }
 
 void FirefoxCleaner::deleteFirefoxInternetCaches() {
@@ -68,20 +50,19 @@ CountPair FirefoxCleaner::countFirefoxAppCaches() {
     auto folder = cacheProfile();
     if (!folder)
         return {};
-    return walk(*folder, webCacheName());
+    return pairOf(erase::measureFolder(folder->string(), {webCacheName()}));
 }
 
 void FirefoxCleaner::deleteFirefoxAppCaches() {
     auto folder = cacheProfile();
     if (!folder)
         return;
-    std::vector<std::string> paths;
-    std::error_code ec;
-    for (fs::directory_iterator it(*folder, ec), end; !ec && it != end; it.increment(ec))
-        if (it->path().filename() != webCacheName())
-            paths.push_back(it->path().string());
-    std::sort(paths.begin(), paths.end());
-    env_.deleter.deleteFiles(paths);
+    auto paths = erase::topLevelEntries(*folder);
+    const std::string webCache = webCacheName();
+    std::erase_if(paths,
+                  [&](const std::string& path) { return fs::path(path).filename() == webCache; });
+    if (!paths.empty())
+        env_.deleter.deleteFiles(paths);
 }
 
 } // namespace tpc::browsers

@@ -1,0 +1,105 @@
+// Folders the Chrome-family and Opera cleaners empty or count, found to be symbolic links to other
+// folders: the link counts as nothing, and neither it nor anything behind it is touched.
+
+#include "ChromeHarness.h"
+#include "browsers/chrome/ChromeCleaner.h"
+#include "browsers/opera/OperaCleaner.h"
+
+#include <gtest/gtest.h>
+
+namespace tpc::browsers {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Browser;
+using test::BrowserHarness;
+using test::readFile;
+using test::writeFile;
+
+class FolderLinksTest : public ::testing::Test {
+protected:
+    BrowserHarness h;
+    fs::path outside = h.dir / "outside";
+
+    void SetUp() override {
+        writeFile(outside / "precious", "keep me");
+        writeFile(outside / "deeper/also", "and me");
+    }
+
+    // The folder behind the links, as it was made.
+    void expectOutsideUntouched() {
+        EXPECT_EQ(readFile(outside / "precious"), "keep me");
+        EXPECT_EQ(readFile(outside / "deeper/also"), "and me");
+    }
+    void linkInPlaceOf(const fs::path& folder) {
+        fs::create_directories(folder.parent_path());
+        fs::create_directory_symlink(outside, folder);
+    }
+    static bool isLink(const fs::path& path) { return fs::is_symlink(fs::symlink_status(path)); }
+};
+
+TEST_F(FolderLinksTest, ChromiumCacheFolderThatIsALinkIsNeitherCountedNorEmptied) {
+    for (auto browser : {Browser::Chromium, Browser::GoogleChrome}) {
+        SCOPED_TRACE(browser == Browser::Chromium ? "Chromium" : "Google Chrome");
+        ChromeCleaner cleaner{h.env(), browser};
+        const auto cache = h.platform->chromeCache(browser);
+        linkInPlaceOf(cache);
+
+        EXPECT_EQ(cleaner.countChromeCaches(), CountPair{});
+        cleaner.deleteChromeCaches();
+        EXPECT_TRUE(isLink(cache));
+        expectOutsideUntouched();
+    }
+}
+
+TEST_F(FolderLinksTest, SessionStorageThatIsALinkIsNeitherCountedNorEmptied) {
+    ChromeCleaner cleaner{h.env(), Browser::Chromium};
+    const auto storage = h.chromiumProfile() / "Session Storage";
+    linkInPlaceOf(storage);
+    // The cache beside it is still emptied.
+    writeFile(h.platform->chromeCache(Browser::Chromium) / "data_0", "0123456789");
+
+    EXPECT_EQ(cleaner.countChromeCaches().count, 1);
+    cleaner.deleteChromeCaches();
+    EXPECT_TRUE(isLink(storage));
+    EXPECT_FALSE(fs::exists(h.platform->chromeCache(Browser::Chromium) / "data_0"));
+    expectOutsideUntouched();
+}
+
+TEST_F(FolderLinksTest, OperaGpuCacheThatIsALinkIsNeitherCountedNorEmptied) {
+    OperaCleaner opera{h.env()};
+    fs::create_directories(h.operaData());
+    linkInPlaceOf(h.operaData() / "GPUCache");
+    EXPECT_EQ(opera.countOperaAppCaches(), CountPair{});
+    opera.deleteOperaAppCaches();
+    EXPECT_TRUE(isLink(h.operaData() / "GPUCache"));
+    expectOutsideUntouched();
+
+    // The web cache is removed whole: a link in its place goes as a link, never walked.
+    linkInPlaceOf(h.operaWebCache());
+    EXPECT_EQ(opera.countOperaInternetCaches(), CountPair{});
+    opera.deleteOperaInternetCaches();
+    EXPECT_FALSE(fs::exists(fs::symlink_status(h.operaWebCache())));
+    expectOutsideUntouched();
+}
+
+TEST_F(FolderLinksTest, NamesThatAreNotUtf8InsideACacheAreCountedAndRemoved) {
+    ChromeCleaner cleaner{h.env(), Browser::Chromium};
+    const auto cache = h.platform->chromeCache(Browser::Chromium);
+    const std::string odd = "f\xff\xfe";
+    writeFile(cache / odd /
+                  ("g\xc0\xaf"
+                   "h"),
+              "12345");
+    writeFile(cache / "plain", "1");
+    // The entry "f" beside them is another folder altogether.
+    writeFile(h.dir / "f/keep", "kept");
+
+    EXPECT_EQ(cleaner.countChromeCaches().count, 3);
+    cleaner.deleteChromeCaches();
+    EXPECT_TRUE(fs::is_empty(cache));
+    EXPECT_EQ(readFile(h.dir / "f/keep"), "kept");
+}
+
+} // namespace
+} // namespace tpc::browsers
