@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(
-    build-essential cmake ninja-build pkg-config
+    build-essential cmake ninja-build lld pkg-config
     libplist-dev libplist++-dev
     libcli11-dev nlohmann-json3-dev
     libsqlite3-dev sqlite3 libsystemd-dev libpugixml-dev

@@ -210,13 +210,30 @@ private:
         }
         if (o.type == 0x1 && low == 4 && readBigEndian(b_.data() + contents, 8) != 0)
             return fail("binary property list integer too large");
+        // A NUL inside a string would cut it short when read (and libplist aborts on one inside
+        // a dictionary key), so a file holding one cannot be read whole.
         if (o.type == 0x5) {
-            for (std::uint64_t i = contents; i < o.end; ++i)
+            for (std::uint64_t i = contents; i < o.end; ++i) {
                 if (b_[i] >= 0x80)
                     return fail("binary property list ASCII string holds a non-ASCII byte");
+                if (b_[i] == 0)
+                    return fail("binary property list string holds a NUL");
+            }
         }
-        if (o.type == 0x6 && !utf16Whole(contents, n))
-            return fail("binary property list UTF-16 string holds a lone surrogate");
+        if (o.type == 0x6) {
+            if (!utf16Whole(contents, n))
+                return fail("binary property list UTF-16 string holds a lone surrogate");
+            for (std::uint64_t i = 0; i < n; ++i)
+                if (readBigEndian(b_.data() + contents + 2 * i, 2) == 0)
+                    return fail("binary property list string holds a NUL");
+        }
+        if (o.type == 0x3) {
+            const std::uint64_t bits = readBigEndian(b_.data() + contents, 8);
+            double seconds = 0;
+            std::memcpy(&seconds, &bits, sizeof seconds);
+            if (!std::isfinite(seconds))
+                return fail("binary property list date is not a number");
+        }
         return true;
     }
 
@@ -707,9 +724,14 @@ bool writableText(const std::string& text, bool xml, std::string* error) {
                             displayText(text) + "\"");
         return false;
     }
-    if (xml && std::any_of(text.begin(), text.end(), [](char c) {
-            return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n';
-        })) {
+    // U+FFFE and U+FFFF (EF BF BE, EF BF BF) are not XML characters either.
+    if (xml && (std::any_of(text.begin(), text.end(),
+                            [](char c) {
+                                return static_cast<unsigned char>(c) < 0x20 && c != '\t' &&
+                                       c != '\n';
+                            }) ||
+                text.find("\xEF\xBF\xBE") != std::string::npos ||
+                text.find("\xEF\xBF\xBF") != std::string::npos)) {
         setError(error,
                  "text with control characters cannot be stored in an XML property list: \"" +
                      displayText(text) + "\"");

@@ -238,6 +238,44 @@ TEST(PlistWriting, TextThatCannotBeStoredUnchangedIsRefused) {
     const Value bell(DictObj::make({{"s", Value("ding\x07")}}));
     EXPECT_FALSE(plist::toBinary(bell).empty());
     EXPECT_TRUE(plist::toXml(bell).empty());
+    const Value nonCharacter(DictObj::make({{"s", Value("a\xEF\xBF\xBE")}}));
+    EXPECT_FALSE(plist::toBinary(nonCharacter).empty());
+    EXPECT_TRUE(plist::toXml(nonCharacter).empty());
+}
+
+// A NUL inside a string would be read cut short (and inside a dictionary key it stops libplist
+// altogether); a date that is not a number has no meaning. Neither file is read.
+TEST(StrictBinaryRead, NulInsideAStringOrAKeyAndNonNumberDatesAreRefused) {
+    const auto withString = [](const std::string& key, const std::string& text) {
+        return plist::toBinary(Value(DictObj::make({{key, Value(text)}})));
+    };
+    const auto nulAt = [](Bytes bytes, const std::string& marker) {
+        auto it = std::search(bytes.begin(), bytes.end(), marker.begin(), marker.end());
+        EXPECT_NE(it, bytes.end());
+        if (it != bytes.end())
+            *(it + 1) = 0;
+        return bytes;
+    };
+    std::string error;
+    EXPECT_FALSE(plist::parse(nulAt(withString("request", "aXb"), "aXb"), &error));
+    EXPECT_NE(error.find("NUL"), std::string::npos) << error;
+    EXPECT_FALSE(plist::parse(nulAt(withString("kXy", "value"), "kXy"), &error));
+
+    // A UTF-16 string (it holds an a-umlaut) with one of its units made zero.
+    Bytes wide = withString("s", "\xC3\xA4z");
+    const Bytes unitZ = {0x00, 'z'};
+    auto z = std::search(wide.begin(), wide.end(), unitZ.begin(), unitZ.end());
+    ASSERT_NE(z, wide.end());
+    *(z + 1) = 0;
+    EXPECT_FALSE(plist::parse(wide));
+
+    Bytes dated = plist::toBinary(Value(DictObj::make({{"d", Value(tpc::core::Date{1.0})}})));
+    const auto marker = std::find(dated.begin(), dated.end(), std::uint8_t{0x33});
+    ASSERT_NE(marker, dated.end());
+    const Bytes nan = {0x7F, 0xF8, 0, 0, 0, 0, 0, 0};
+    std::copy(nan.begin(), nan.end(), marker + 1);
+    EXPECT_FALSE(plist::parse(dated, &error));
+    EXPECT_NE(error.find("date"), std::string::npos) << error;
 }
 
 TEST(XmlCheck, WellFormedDocumentsPassAndBrokenOnesDoNot) {
