@@ -186,7 +186,12 @@ ReadResult readMessage(int fd, std::size_t maxSize) {
 }
 
 bool writeMessage(int fd, const Message& message) {
-    const std::vector<std::uint8_t> frame = encode(message);
+    return writeFrame(fd, encode(message));
+}
+
+bool writeFrame(int fd, const std::vector<std::uint8_t>& frame) {
+    if (frame.size() <= 4)
+        return false;
     std::size_t done = 0;
     while (done < frame.size()) {
         const ssize_t n = ::send(fd, frame.data() + done, frame.size() - done, MSG_NOSIGNAL);

@@ -61,8 +61,9 @@ std::optional<std::string> pathFromData(const core::Data& data);
 core::Value toValue(const Message& message);
 std::optional<Message> fromValue(const core::Value& value);
 
-// A whole frame: length prefix and body. encode never fails; decodeBody gives none for a body
-// that is not a message.
+// A whole frame: length prefix and body. The body is empty when the message holds text that a
+// property list cannot carry unchanged (not UTF-8); such a frame is never sent. decodeBody gives
+// none for a body that is not a message.
 std::vector<std::uint8_t> encode(const Message& message);
 std::optional<Message> decodeBody(const std::vector<std::uint8_t>& body);
 
@@ -84,7 +85,9 @@ struct ReadResult {
 // Reads one frame from a blocking socket or pipe. After anything but Ok and Garbage the stream is
 // out of step and should be closed.
 ReadResult readMessage(int fd, std::size_t maxSize = kMaxMessageSize);
-// Writes one whole frame; false when the peer is gone (never raises SIGPIPE).
+// Writes one whole frame; false when the peer is gone (never raises SIGPIPE) or the frame has no
+// body.
+bool writeFrame(int fd, const std::vector<std::uint8_t>& frame);
 bool writeMessage(int fd, const Message& message);
 
 const char* readStatusName(ReadStatus status);

@@ -30,20 +30,6 @@ void setTimeouts(int fd, std::chrono::milliseconds timeout) {
 // Length prefix of a frame.
 constexpr std::size_t kHeaderSize = 4;
 
-bool sendAll(int fd, const std::vector<std::uint8_t>& frame) {
-    std::size_t done = 0;
-    while (done < frame.size()) {
-        const ssize_t n = ::send(fd, frame.data() + done, frame.size() - done, MSG_NOSIGNAL);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 } // namespace
 
 UnixHelperConnection::UnixHelperConnection(std::string socketPath,
@@ -141,7 +127,7 @@ std::optional<std::string> UnixHelperConnection::exchange(const wire::Message& r
         report(Event::Invalid);
         return std::nullopt;
     }
-    if (!sendAll(fd_, frame)) {
+    if (!wire::writeFrame(fd_, frame)) {
         closeSocket();
         report(Event::Interrupted);
         return std::nullopt;
