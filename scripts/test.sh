@@ -21,4 +21,4 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:ha
 # Every reader of outside data under libFuzzer for a few seconds each (scripts/fuzz.sh SECONDS runs
 # a longer campaign by hand).
 echo "== fuzz targets (short run) =="
-scripts/fuzz.sh 8
+scripts/fuzz.sh 5
