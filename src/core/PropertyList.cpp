@@ -182,7 +182,8 @@ private:
             n = 8;
             break;
         case 0x8:
-            if (!isPowerOfTwoUpTo8(low + 1))
+            // References of an archive are at most 32-bit (one, two or four bytes).
+            if (!isPowerOfTwoUpTo8(low + 1) || low + 1 > 4)
                 return fail("unknown binary property list reference size");
             n = low + 1;
             break;
@@ -679,6 +680,10 @@ bool isUidDict(const DictObj& d, std::uint64_t* uid = nullptr) {
         return false;
     const auto k = it->second.kind();
     if (k != Value::Kind::Int && k != Value::Kind::UInt)
+        return false;
+    // Archive references are 32-bit: anything else is an ordinary dictionary that happens to
+    // have this key, and is written back as one.
+    if (it->second.toUInt() > std::numeric_limits<std::uint32_t>::max())
         return false;
     if (uid)
         *uid = it->second.toUInt();

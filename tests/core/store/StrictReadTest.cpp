@@ -317,5 +317,17 @@ TEST(XmlCheck, WellFormedDocumentsPassAndBrokenOnesDoNot) {
     EXPECT_FALSE(plist::parse(bytesOf("<plist version=\"1.0\"><string>a</string></plist")));
 }
 
+// Archive references are 32-bit: a dictionary whose only key is "CF$UID" with a larger number is
+// an ordinary dictionary and comes back as one.
+TEST(PlistWriting, ADictionaryPosingAsAHugeReferenceStaysADictionary) {
+    const std::string xml = "<plist version=\"1.0\"><dict><key>CF$UID</key>"
+                            "<integer>8589934592</integer></dict></plist>";
+    const auto value = plist::parse(Bytes(xml.begin(), xml.end()));
+    ASSERT_TRUE(value);
+    const auto back = plist::parse(plist::toBinary(*value));
+    ASSERT_TRUE(back);
+    EXPECT_EQ(*back, *value);
+}
+
 } // namespace
 } // namespace tpc::core
