@@ -16,21 +16,8 @@ shift || true
 root=$(cd "$(dirname "$0")/.." && pwd)
 build="$root/build/fuzz"
 
-# clang, lld and the compiler runtime (libFuzzer, sanitizers), plus the readers' libraries.
-packages=(clang lld libclang-rt-14-dev cmake ninja-build pkg-config libplist-dev libpugixml-dev)
-missing=()
-for p in "${packages[@]}"; do
-    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-    sudo=""
-    if [ "$(id -u)" -ne 0 ]; then
-        sudo="sudo"
-    fi
-    export DEBIAN_FRONTEND=noninteractive
-    $sudo apt-get update
-    $sudo apt-get install -y --no-install-recommends "${missing[@]}"
-fi
+# clang and its runtime (libFuzzer, the sanitizers), besides the libraries of the readers.
+"$root/scripts/install-deps.sh" clang libclang-rt-14-dev
 
 launcher=()
 if command -v ccache >/dev/null; then

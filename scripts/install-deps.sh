@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build and the tests need. Safe to run again.
+# Installs the Debian packages the build and the tests need, and any named as arguments. Safe to
+# run again.
 set -euo pipefail
 
 packages=(
@@ -9,6 +10,7 @@ packages=(
     libsqlite3-dev sqlite3 libsystemd-dev libpugixml-dev
     libgtest-dev libgmock-dev
     qt6-base-dev qt6-svg-dev libgl-dev fonts-dejavu-core
+    "$@"
 )
 
 missing=()
