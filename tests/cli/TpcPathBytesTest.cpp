@@ -6,6 +6,8 @@
 
 #include "core/Utf8.h"
 
+#include "support/OddNames.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -16,13 +18,6 @@ namespace {
 
 using nlohmann::json;
 using Strings = std::vector<std::string>;
-
-// A stray byte, a truncated sequence, and an overlong "/" ("g" C0 AF "h" read leniently is "g/h").
-const Strings kOddNames{"a\xff"
-                        "b",
-                        "c\xc3(d",
-                        "g\xc0\xaf"
-                        "h"};
 
 class TpcPathBytes : public Tpc {
 protected:

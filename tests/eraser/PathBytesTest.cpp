@@ -6,6 +6,8 @@
 #include "core/GeneralPrefs.h"
 #include "core/Utf8.h"
 
+#include "support/OddNames.h"
+
 #include <gtest/gtest.h>
 
 namespace tpc::test::eraser {
@@ -13,13 +15,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-// Names that a lossy conversion turns into other paths: a stray byte, a truncated sequence, and
-// an overlong "/" ("g" + C0 AF + "h" read leniently is "g/h").
-const Strings kOddNames{"a\xff"
-                        "b",
-                        "c\xc3(d",
-                        "g\xc0\xaf"
-                        "h"};
+using tpc::test::kOddNames;
 
 TEST(EraserPathBytes, NamesThatAreNotUtf8AreRefusedWithAnAlertAndNothingElseIsListed) {
     EraserHarness h;

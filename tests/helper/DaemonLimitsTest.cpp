@@ -103,6 +103,21 @@ protected:
     int stop[2] = {-1, -1};
     std::thread thread;
 
+    // Starts the daemon with a 5 s limit for one request and connects a peer that has sent half
+    // a frame; -1 when that could not be set up.
+    int peerStalledMidRequest() {
+        start([](helper::HelperDaemonEnv& env) {
+            env.frameTimeout = core::Clock::seconds(5);
+            env.waitSlice = core::Clock::seconds(0.01);
+        });
+        const int fd = connectTo(socketPath);
+        if (fd >= 0 && !sendHalfAFrame(fd)) {
+            ::close(fd);
+            return -1;
+        }
+        return fd;
+    }
+
     void start(const std::function<void(helper::HelperDaemonEnv&)>& tune = {}) {
         std::string error;
         auto bound = helper::ListenSocket::bind(socketPath, error);
@@ -241,13 +256,8 @@ TEST_F(DaemonLimitsTest, SilentConnectionIsClosedAfterTheIdleLimit) {
 }
 
 TEST_F(DaemonLimitsTest, StalledRequestIsClosedAfterTheFrameLimit) {
-    start([](helper::HelperDaemonEnv& env) {
-        env.frameTimeout = core::Clock::seconds(5);
-        env.waitSlice = core::Clock::seconds(0.01);
-    });
-    const int fd = connectTo(socketPath);
+    const int fd = peerStalledMidRequest();
     ASSERT_GE(fd, 0);
-    ASSERT_TRUE(sendHalfAFrame(fd));
     settle(fd);
     // Far below the idle limit, but beyond the limit for one request.
     clock.advance(core::Clock::seconds(6));
@@ -257,13 +267,8 @@ TEST_F(DaemonLimitsTest, StalledRequestIsClosedAfterTheFrameLimit) {
 }
 
 TEST_F(DaemonLimitsTest, TricklingARequestDoesNotStretchTheFrameLimit) {
-    start([](helper::HelperDaemonEnv& env) {
-        env.frameTimeout = core::Clock::seconds(5);
-        env.waitSlice = core::Clock::seconds(0.01);
-    });
-    const int fd = connectTo(socketPath);
+    const int fd = peerStalledMidRequest();
     ASSERT_GE(fd, 0);
-    ASSERT_TRUE(sendHalfAFrame(fd));
     // One more byte every second: each read succeeds, yet the request never completes.
     for (int second = 1; second <= 4; ++second) {
         settle(fd);
