@@ -12,12 +12,13 @@
 #include "core/Clock.h"
 #include "core/Context.h"
 #include "core/MainThread.h"
-#include "core/RecordingFrontend.h"
 #include "core/Settings.h"
 #include "core/SystemLog.h"
 #include "core/TaskFlags.h"
 #include "eraser/EraserList.h"
 #include "platform/Platform.h"
+#include "support/ImmediateMainThread.h"
+#include "support/RecordingFrontend.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -136,8 +137,8 @@ void listInEraser(const fs::path& home, const fs::path& folder) {
     tpc::core::SystemLog log(false);
     tpc::core::Settings settings(platform.settingsFolder(), log, clock);
     tpc::core::TaskFlags flags;
-    tpc::core::RecordingFrontend frontend;
-    tpc::core::ImmediateMainThread main;
+    tpc::test::RecordingFrontend frontend;
+    tpc::test::ImmediateMainThread main;
     tpc::core::Context ctx{settings, flags, frontend, main, platform, clock, log};
     tpc::eraser::EraserList list(ctx);
     list.loadShredder();

@@ -3,11 +3,11 @@
 
 #include "FuzzSupport.h"
 
-#include "platform/FirefoxProfiles.h"
+#include "browsers/firefox/FirefoxProfiles.h"
 
 #include <sys/stat.h>
 
-namespace platform = tpc::platform;
+namespace firefox = tpc::browsers::firefox;
 namespace fs = std::filesystem;
 using namespace tpc::fuzz;
 
@@ -36,11 +36,11 @@ bool realFolder(const fs::path& path) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     const auto& folder = profilesFolder();
-    if (auto profile = platform::profileFromIni(text, folder))
+    if (auto profile = firefox::profileFromIni(text, folder))
         check(realFolder(*profile), "profiles.ini led to something that is not a real folder");
 
     writeBytes(folder / "profiles.ini", Bytes(data, data + size));
-    const auto found = platform::findFirefoxProfile(folder);
+    const auto found = firefox::findFirefoxProfile(folder);
     check(found.has_value() && realFolder(*found), "no real profile folder found");
     return 0;
 }

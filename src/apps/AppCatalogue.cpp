@@ -12,6 +12,7 @@
 #include "core/TaskFlags.h"
 #include "core/TaskTexts.h"
 #include "core/Utf8.h"
+#include "fs/Folders.h"
 #include "platform/DesktopApps.h"
 #include "platform/Platform.h"
 
@@ -174,14 +175,8 @@ void AppCatalogue::recentsFirstRunForAddingApps() {
     }
 
     const fs::path folder = ctx_.platform.underRoot("/Applications");
-    std::vector<std::string> names;
-    std::error_code ec;
-    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec))
-        names.push_back(it->path().filename().string());
     // Listed by name, so the list does not depend on the file system's order.
-    std::sort(names.begin(), names.end());
-
-    for (const auto& name : names) {
+    for (const auto& name : tpc::fs::folderNamesFollowingLinks(folder)) {
         const std::string path = (folder / name).string();
         if (fs::path(name).extension() != ".app" || bundleBrowser(name))
             continue;

@@ -5,7 +5,8 @@
 #include "core/Record.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
-#include "erase/TreeMeasure.h"
+#include "fs/Entries.h"
+#include "fs/TreeMeasure.h"
 #include "platform/DesktopApps.h"
 #include "platform/Platform.h"
 #include "platform/PreferenceDomains.h"
@@ -47,17 +48,6 @@ bool flagOn(const DictRef& rec, const char* flag) {
 
 std::string bundleIdOf(const DictRef& rec) {
     return rec->getString(keys::BundleID);
-}
-
-bool isFolder(const fs::path& p) {
-    std::error_code ec;
-    return fs::is_directory(p, ec);
-}
-
-// Present at all, a symbolic link included (it is measured and removed as itself).
-bool present(const fs::path& p) {
-    std::error_code ec;
-    return fs::symlink_status(p, ec).type() != fs::file_type::not_found && !ec;
 }
 
 std::string sharedListDomain(const std::string& id) {
@@ -116,8 +106,8 @@ AppCount AppTraces::countAppDetailsToClear(const DictRef& record,
         return sum.result();
 
     if (flagOn(record, keys::Cache))
-        if (auto cache = cachePath(record); cache && present(*cache)) {
-            const auto totals = erase::measureTree(cache->string(), aborted);
+        if (auto cache = cachePath(record); cache && tpc::fs::entryExists(*cache)) {
+            const auto totals = tpc::fs::measureTreeNoFollow(cache->string(), aborted);
             sum.add(totals.count, totals.bytes);
         }
 
@@ -132,7 +122,7 @@ AppCount AppTraces::countAppDetailsToClear(const DictRef& record,
 
     const bool recents =
         flagOn(record, keys::ClearRecents) || flagOn(record, keys::ClearDockRecents);
-    if (!recents || !isFolder(platform_.preferences()))
+    if (!recents || !tpc::fs::isFolderFollowingLinks(platform_.preferences()))
         return sum.result();
     platform::PreferenceDomains domains(platform_.preferences());
     const std::string id = bundleIdOf(record);
@@ -165,7 +155,7 @@ void AppTraces::deleteAppData(const DictRef& record) {
     const std::string id = bundleIdOf(record);
 
     if (flagOn(record, keys::Cache))
-        if (auto cache = cachePath(record); cache && present(*cache))
+        if (auto cache = cachePath(record); cache && tpc::fs::entryExists(*cache))
             deleter_.deleteFiles({cache->string()});
 
     if (linuxLayout()) {
@@ -179,7 +169,7 @@ void AppTraces::deleteAppData(const DictRef& record) {
     platform::PreferenceDomains domains(platform_.preferences());
     const bool recents =
         flagOn(record, keys::ClearRecents) || flagOn(record, keys::ClearDockRecents);
-    if (recents && isFolder(platform_.preferences())) {
+    if (recents && tpc::fs::isFolderFollowingLinks(platform_.preferences())) {
         if (isOfficeBundle(id)) {
             if (auto key = officeMruKey(core::path(record)))
                 domains.deleteKey(kOfficeDomain, *key);
@@ -213,7 +203,7 @@ void AppTraces::quitAppWithBundleID(const std::string& bundleId) {
 
 std::optional<fs::path> AppTraces::cachePath(const DictRef& record) const {
     const fs::path caches = platform_.caches();
-    if (!record || !isFolder(caches))
+    if (!record || !tpc::fs::isFolderFollowingLinks(caches))
         return std::nullopt;
     const std::string id = bundleIdOf(record);
     if (!usableAsPathComponent(id))
@@ -222,11 +212,11 @@ std::optional<fs::path> AppTraces::cachePath(const DictRef& record) const {
         return isOfficeBundle(id) ? caches / "Microsoft" / "Office" : caches / id;
 
     const fs::path byId = caches / id;
-    if (present(byId))
+    if (tpc::fs::entryExists(byId))
         return byId;
     if (auto app = desktopApp(record); app && usableAsPathComponent(app->executable)) {
         const fs::path byExecutable = caches / app->executable;
-        if (present(byExecutable))
+        if (tpc::fs::entryExists(byExecutable))
             return byExecutable;
     }
     return byId;

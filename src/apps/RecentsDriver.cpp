@@ -17,11 +17,12 @@ namespace tpc::apps {
 
 namespace {
 
-using core::Category;
 using core::DictRef;
 using core::MainButton;
+using core::SelectionTotals;
 using core::TaskKind;
-using core::TaskSpec;
+
+constexpr const char* kCleanAppJunk = "Clean App Junk";
 
 // A count's size as the byte count the records keep: a sum that wrapped past 2 GiB comes back
 // negative and is read as the unsigned number it is.
@@ -56,12 +57,9 @@ void RecentsDriver::buttonCleanClicked(core::Sender sender) {
 
 // ---- Workers ----
 
-std::vector<RecentsDriver::Snapshot> RecentsDriver::snapshot() {
-    std::vector<Snapshot> rows;
-    ctx_.mainThread.invoke([this, &rows] {
-        for (const auto& rec : catalogue_.arrayRecents()->dicts())
-            rows.push_back({rec, core::Value(rec).deepCopy().dict(), core::isMarked(rec)});
-    });
+std::vector<core::RowSnapshot> RecentsDriver::snapshot() {
+    std::vector<core::RowSnapshot> rows;
+    ctx_.mainThread.invoke([this, &rows] { rows = core::rowSnapshots(catalogue_.arrayRecents()); });
     return rows;
 }
 
@@ -77,34 +75,58 @@ void RecentsDriver::scanRecents() {
 }
 
 bool RecentsDriver::scan(core::WorkerProgress& progress) {
-    const TaskSpec& task = progress.task();
     const auto rows = snapshot();
     rowCount_ = rows.size();
     progress.send(core::determinateMessage(rowCount_, false));
     progress.status("Scanning Recents & Caches...");
-
     totalCount_ = 0;
     totalSize_ = 0;
-    auto abortRequested = [this, &task] {
-        return ctx_.flags.aborting(task.category, task.kind);
+    const auto totals = countRows(rows, progress, true);
+    if (!totals)
+        return false;
+    totalCount_ = totals->count;
+    totalSize_ = totals->bytes;
+    return true;
+}
+
+std::optional<SelectionTotals> RecentsDriver::countRows(const std::vector<core::RowSnapshot>& rows,
+                                                        core::WorkerProgress& progress,
+                                                        bool stepBar) {
+    auto abortRequested = [&progress] {
+        return progress.abortRequested();
     };
+    SelectionTotals totals;
     for (const auto& row : rows) {
         if (progress.aborted())
-            return false;
+            return std::nullopt;
         const AppCount count = traces_.countAppDetailsToClear(row.copy, abortRequested);
         if (progress.aborted())
-            return false;
+            return std::nullopt;
         const std::uint64_t bytes = bytesOf(count);
         if (count.count > 0)
-            totalCount_ += static_cast<std::uint64_t>(count.count);
-        totalSize_ += bytes;
+            totals.count += static_cast<std::uint64_t>(count.count);
+        totals.bytes += bytes;
         ctx_.mainThread.invoke([&row, &count, bytes] {
             row.record->set(core::keys::Count, core::itemsText(count.count));
             core::setSize(row.record, bytes);
         });
-        progress.increment();
+        if (stepBar)
+            progress.increment();
     }
-    return true;
+    return totals;
+}
+
+bool RecentsDriver::cleanRows(const std::vector<core::RowSnapshot>& rows,
+                              core::WorkerProgress& progress, bool stepBar) {
+    for (const auto& row : rows) {
+        if (progress.aborted())
+            return false;
+        if (row.marked)
+            traces_.deleteAppData(row.copy);
+        if (stepBar)
+            progress.increment();
+    }
+    return !progress.aborted();
 }
 
 // On the main thread: the totals of the last scan, which now reflects every change.
@@ -124,14 +146,7 @@ void RecentsDriver::cleanRecents() {
     const auto rows = snapshot();
     progress.send(core::determinateMessage(rows.size(), true));
     progress.status("Cleaning Recents & Caches...");
-    for (const auto& row : rows) {
-        if (progress.aborted())
-            return;
-        if (row.marked)
-            traces_.deleteAppData(row.copy);
-        progress.increment();
-    }
-    if (progress.aborted())
+    if (!cleanRows(rows, progress, true))
         return;
 
     // The rescan shows what is left, on a bar of its own length.
@@ -140,6 +155,30 @@ void RecentsDriver::cleanRecents() {
     ctx_.mainThread.invoke([this] { showTotals(); });
     progress.closeBar(rowCount_);
     progress.finish([this] { ctx_.frontend.updateTextFieldResult(std::string("Cleaning Done")); });
+}
+
+// ---- A preset's selection ----
+
+bool RecentsDriver::drives(const std::string& description) const {
+    return description == kCleanAppJunk;
+}
+
+std::optional<SelectionTotals> RecentsDriver::countSelection(const DictRef& record,
+                                                             core::WorkerProgress& progress) {
+    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
+    if (!drives(selection.description))
+        return SelectionTotals{};
+    const auto totals = countRows(selection.children, progress, false);
+    if (totals)
+        ctx_.mainThread.invoke([&record, &totals] { core::setSize(record, totals->bytes); });
+    return totals;
+}
+
+bool RecentsDriver::cleanSelection(const DictRef& record, core::WorkerProgress& progress) {
+    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
+    if (!drives(selection.description))
+        return true;
+    return cleanRows(selection.children, progress, false);
 }
 
 // ---- Marking ----
@@ -160,6 +199,32 @@ std::vector<std::string> RecentsDriver::markOnly(const std::vector<std::string>&
     }
     scanTask_.reloadLists();
     return unknown;
+}
+
+void RecentsDriver::markAllRows(bool on) {
+    catalogue_.markAllRecents(on);
+}
+
+void RecentsDriver::setRowMark(int row, bool on) {
+    catalogue_.setRowMark(row, on);
+}
+
+core::CheckState RecentsDriver::masterCheckState() const {
+    return catalogue_.reflectMarkStatusInRecents();
+}
+
+// ---- Sorting ----
+
+void RecentsDriver::sortRowsBy(core::SortChoice choice) {
+    catalogue_.recentsPopUpButtonClicked(choice);
+}
+
+core::SortChoice RecentsDriver::currentSortChoice() const {
+    return catalogue_.reflectPopUpButtonTitleInRecents();
+}
+
+bool RecentsDriver::canClean() const {
+    return catalogue_.enableOrDisableRecentsScanAndCleanButton();
 }
 
 } // namespace tpc::apps

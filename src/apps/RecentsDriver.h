@@ -1,6 +1,7 @@
 #pragma once
 // The Recents page's engine: the scan that counts every listed application's traces and the
-// clean that removes the marked ones', as worker threads of the task framework.
+// clean that removes the marked ones', as worker threads of the task framework; and the count and
+// clean of a preset's "Clean App Junk" record, whose children are application records.
 
 #include "core/CategoryEngine.h"
 #include "core/Context.h"
@@ -8,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,23 @@ public:
     // are not saved.
     std::vector<std::string> markOnly(const std::vector<std::string>& items) override;
 
+    // The list operations are the application list's own (markAllRecents, setRowMark,
+    // reflectMarkStatusInRecents, recentsPopUpButtonClicked, reflectPopUpButtonTitleInRecents,
+    // enableOrDisableRecentsScanAndCleanButton); each change is saved.
+    void markAllRows(bool on) override;
+    void setRowMark(int row, bool on) override;
+    core::CheckState masterCheckState() const override;
+    void sortRowsBy(core::SortChoice choice) override;
+    core::SortChoice currentSortChoice() const override;
+    bool canClean() const override;
+
+    // "Clean App Junk": each child application is counted (countAppDetailsToClear, "Count",
+    // "Size") and, when marked, cleaned (deleteAppData).
+    bool drives(const std::string& description) const override;
+    std::optional<core::SelectionTotals> countSelection(const core::DictRef& record,
+                                                        core::WorkerProgress& progress) override;
+    bool cleanSelection(const core::DictRef& record, core::WorkerProgress& progress) override;
+
     // The worker bodies.
     void scanRecents();
     void cleanRecents();
@@ -45,17 +64,18 @@ public:
     const core::TaskSpec& cleanTask() const { return cleanTask_; }
 
 private:
-    // One row as a worker sees it: the record (changed on the main thread only), a copy of it
-    // taken on the main thread (read by the worker), and whether it was marked then.
-    struct Snapshot {
-        core::DictRef record;
-        core::DictRef copy;
-        bool marked = false;
-    };
-    std::vector<Snapshot> snapshot();
+    // The list's rows as the worker sees them (read on the main thread).
+    std::vector<core::RowSnapshot> snapshot();
     // Counts every row and stores the results in the records; false when the task was aborted
     // (and has been wound down). The clean's rescan runs it under the clean's task.
     bool scan(core::WorkerProgress& progress);
+    // The rows' counts under `progress`'s task, stored in the records ("Count", "Size");
+    // `stepBar` moves the bar one step after each row. nullopt when the task was aborted.
+    std::optional<core::SelectionTotals> countRows(const std::vector<core::RowSnapshot>& rows,
+                                                   core::WorkerProgress& progress, bool stepBar);
+    // Cleans the marked rows' applications; false when the task was aborted.
+    bool cleanRows(const std::vector<core::RowSnapshot>& rows, core::WorkerProgress& progress,
+                   bool stepBar);
     // Main thread: result line, subtitle, and the list counts as scanned again.
     void showTotals();
 

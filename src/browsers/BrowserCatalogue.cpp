@@ -7,7 +7,6 @@ namespace tpc::browsers {
 
 namespace {
 
-using platform::Browser;
 using platform::Layout;
 
 const std::vector<std::string> kChromeItems = {

@@ -3,6 +3,7 @@
 // in which the scan counts them and the weight each browser carries on the progress bar; and the
 // check-box records built from them.
 
+#include "browsers/BrowserLocations.h"
 #include "core/Value.h"
 #include "platform/Platform.h"
 
@@ -14,7 +15,7 @@ namespace tpc::browsers {
 
 struct CatalogueEntry {
     std::string name; // "Safari", "Firefox", "Google Chrome", "Chromium", "Opera"
-    platform::Browser browser;
+    Browser browser;
     // 1-based position in the catalogue ("Value For Default Sort" of the root).
     std::int64_t position = 0;
     // Sub item Descriptions in catalogue order, the auto-quit item last.

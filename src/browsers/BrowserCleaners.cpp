@@ -34,8 +34,7 @@ const ItemOperations<FirefoxCleaner> kFirefoxItems[] = {
 
 const ItemTable<FirefoxCleaner> kFirefoxTable(kFirefoxItems);
 
-BrowserEntry chromeEntry(const std::string& name, platform::Browser browser,
-                         ChromeCleaner& cleaner) {
+BrowserEntry chromeEntry(const std::string& name, Browser browser, ChromeCleaner& cleaner) {
     BrowserEntry e{name, browser, CookieBrowser::Chrome, ChromeCleaner::itemDescriptions(), {},
                    {},   {}};
     e.countItem = [&cleaner](const std::string& d) {
@@ -55,12 +54,12 @@ BrowserEntry chromeEntry(const std::string& name, platform::Browser browser,
 BrowserCleaners::BrowserCleaners(CleanerEnv env)
     : env_(env), safari_(std::make_unique<SafariCleaner>(env)),
       firefox_(std::make_unique<FirefoxCleaner>(env)),
-      chrome_(std::make_unique<ChromeCleaner>(env, platform::Browser::GoogleChrome)),
-      chromium_(std::make_unique<ChromeCleaner>(env, platform::Browser::Chromium)),
+      chrome_(std::make_unique<ChromeCleaner>(env, Browser::GoogleChrome)),
+      chromium_(std::make_unique<ChromeCleaner>(env, Browser::Chromium)),
       opera_(std::make_unique<OperaCleaner>(env)) {
     if (env.platform.layout() == platform::Layout::MacOS) {
         BrowserEntry sf{"Safari",
-                        platform::Browser::Safari,
+                        Browser::Safari,
                         CookieBrowser::Safari,
                         SafariCleaner::itemDescriptions(),
                         {},
@@ -78,7 +77,7 @@ BrowserCleaners::BrowserCleaners(CleanerEnv env)
         entries_.push_back(std::move(sf));
     }
 
-    BrowserEntry ff{"Firefox", platform::Browser::Firefox, CookieBrowser::Firefox, {}, {}, {}, {}};
+    BrowserEntry ff{"Firefox", Browser::Firefox, CookieBrowser::Firefox, {}, {}, {}, {}};
     ff.items = kFirefoxTable.descriptions();
     ff.countItem = [this](const std::string& d) {
         return kFirefoxTable.count(*firefox_, d);
@@ -91,17 +90,13 @@ BrowserCleaners::BrowserCleaners(CleanerEnv env)
     };
     entries_.push_back(std::move(ff));
 
-    entries_.push_back(chromeEntry("Google Chrome", platform::Browser::GoogleChrome, *chrome_));
+    entries_.push_back(chromeEntry("Google Chrome", Browser::GoogleChrome, *chrome_));
     if (env.platform.layout() == platform::Layout::Linux)
-        entries_.push_back(chromeEntry("Chromium", platform::Browser::Chromium, *chromium_));
+        entries_.push_back(chromeEntry("Chromium", Browser::Chromium, *chromium_));
 
-    BrowserEntry op{"Opera",
-                    platform::Browser::Opera,
-                    CookieBrowser::Opera,
-                    OperaCleaner::itemDescriptions(),
-                    {},
-                    {},
-                    {}};
+    BrowserEntry op{
+        "Opera", Browser::Opera, CookieBrowser::Opera, OperaCleaner::itemDescriptions(), {}, {},
+        {}};
     op.countItem = [this](const std::string& d) {
         return opera_->countItem(d);
     };
@@ -130,7 +125,7 @@ void BrowserCleaners::refreshAllCookieLists() {
     const BrowserEntry* chromeFamily = nullptr;
     for (const auto& e : entries_)
         if (e.cookieBrowser == CookieBrowser::Chrome && !chromeFamily &&
-            env_.platform.browserInstalled(e.browser))
+            env_.locations().browserInstalled(e.browser))
             chromeFamily = &e;
     if (!chromeFamily)
         chromeFamily = find("Google Chrome");

@@ -23,7 +23,7 @@ class OperaCleaner;
 // One browser as the catalogue sees it.
 struct BrowserEntry {
     std::string name; // "Safari", "Firefox", "Google Chrome", "Chromium", "Opera"
-    platform::Browser browser;
+    Browser browser;
     CookieBrowser cookieBrowser;
     std::vector<std::string> items; // sub item descriptions, in catalogue order
     // Count of an item; nullopt for the auto-quit item (and unknown names).

@@ -9,10 +9,8 @@
 #include "core/SizeText.h"
 #include "core/TaskFlags.h"
 #include "core/TaskTexts.h"
-#include "core/WorkerProgress.h"
 #include "platform/Platform.h"
 
-#include <map>
 #include <utility>
 
 namespace tpc::browsers {
@@ -24,13 +22,10 @@ using core::ArrayRef;
 using core::Category;
 using core::determinateMessage;
 using core::DictRef;
-using core::incrementMessage;
 using core::MainButton;
-using core::preparingMessage;
-using core::ProgressMessage;
-using core::statusMessage;
+using core::RowSnapshot;
+using core::SelectionTotals;
 using core::TaskKind;
-using core::TaskSpec;
 using core::totalsText;
 
 constexpr std::uint32_t kNotFound = 4294967295u;
@@ -39,6 +34,8 @@ bool hasPrefixPath(const std::string& name, const std::string& root) {
     return name.size() > root.size() + 1 && name.compare(0, root.size(), root) == 0 &&
            name[root.size()] == '/';
 }
+
+SelectionTotals totalsOf(const std::map<std::string, CountPair>& counts);
 
 } // namespace
 
@@ -54,12 +51,18 @@ BrowserDriver::BrowserDriver(core::Context& ctx, core::TaskRunner& runner,
       arrayBrowserMainList_(ArrayObj::make()), arrayBrowserSubList_(ArrayObj::make()) {
     scanTask_ = hookedTask(ctx_.frontend, TaskKind::Scan, "Browser", "reloadBrowserTableViews");
     cleanTask_ = hookedTask(ctx_.frontend, TaskKind::Clean, "Browser", "reloadBrowserTableViews");
+    // The Browsers button tells of an abort of the page's own tasks.
+    const auto showAborted = [&ui = ctx_.frontend] {
+        ui.setSubtitle(MainButton::Browsers, std::string("Aborted"));
+    };
+    scanTask_.afterAbort = showAborted;
+    cleanTask_.afterAbort = showAborted;
 }
 
 std::vector<const CatalogueEntry*> BrowserDriver::installedBrowsers() const {
     std::vector<const CatalogueEntry*> out;
     for (const auto& entry : browserCatalogue(ctx_.platform.layout()))
-        if (ctx_.platform.browserInstalled(entry.browser))
+        if (BrowserLocations(ctx_.platform).browserInstalled(entry.browser))
             out.push_back(&entry);
     return out;
 }
@@ -103,57 +106,70 @@ void BrowserDriver::buttonCleanClicked(core::Sender sender) {
 
 // ---- Workers ----
 
-// "Done..." at the maximum, then " " at 0, then the bar hidden.
-void BrowserDriver::closeBar(std::uint64_t maximum) {
-    ProgressMessage done;
-    done.doubleValue = maximum;
-    done.status = "Done...";
-    progress(done);
-    ProgressMessage blank;
-    blank.doubleValue = 0;
-    blank.status = " ";
-    progress(blank);
-    ProgressMessage hide;
-    hide.hideUnhide = 0;
-    progress(hide);
+namespace {
+
+SelectionTotals totalsOf(const std::map<std::string, CountPair>& counts) {
+    SelectionTotals totals;
+    for (const auto& [item, pair] : counts) {
+        if (pair.count > 0)
+            totals.count += static_cast<std::uint64_t>(pair.count);
+        totals.bytes += bytesOf(pair);
+    }
+    return totals;
 }
 
-void BrowserDriver::progress(const ProgressMessage& message) {
-    ctx_.mainThread.invoke([this, &message] {
-        bar_.apply(message);
-        ctx_.frontend.updateProgress(message);
-    });
-}
-
-bool BrowserDriver::aborted(const TaskSpec& task) {
-    // The sheet closes: the next task starts from a fresh bar. Noted before the abort handling
-    // clears the flags, so a task started right after it sees the bar free.
-    if (ctx_.flags.aborting(task.category, task.kind))
-        ctx_.mainThread.invoke([this] { bar_ = core::ProgressState{}; });
-    if (!runner_.preProcessAbort(task))
-        return false;
-    ctx_.mainThread.invoke([this] {
-        bar_ = core::ProgressState{};
-        ctx_.frontend.setSubtitle(MainButton::Browsers, std::string("Aborted"));
-    });
-    return true;
-}
+} // namespace
 
 void BrowserDriver::scanBrowsers() {
-    bool ownsBar = false;
-    ctx_.mainThread.invoke([this, &ownsBar] { ownsBar = bar_.determinate && bar_.value == 0; });
-    scan(scanTask_, ownsBar);
+    core::WorkerProgress progress(ctx_, runner_, scanTask_);
+    scan(progress, true);
 }
 
-bool BrowserDriver::scan(const TaskSpec& task, bool ownsBar) {
+std::optional<BrowserDriver::Counts> BrowserDriver::countBrowser(const CatalogueEntry& entry,
+                                                                 core::WorkerProgress& progress,
+                                                                 bool stepBar) {
+    const BrowserEntry* ops = cleaners_.find(entry.name);
+    Counts counts;
+    for (const auto& item : entry.scanOrder) {
+        if (progress.aborted())
+            return std::nullopt;
+        CountPair pair;
+        if (ops)
+            if (auto counted = ops->countItem(item))
+                pair = *counted;
+        counts[item] = pair;
+        if (stepBar)
+            progress.increment();
+    }
+    return counts;
+}
+
+void BrowserDriver::storeCounts(const DictRef& root, const CatalogueEntry& entry,
+                                const Counts& counts, std::uint64_t bytes) {
+    if (!root)
+        return;
+    if (auto subs = core::subList(root))
+        for (const auto& sub : subs->dicts()) {
+            const auto name = core::description(sub);
+            if (name == entry.autoQuitItem())
+                continue;
+            auto it = counts.find(name);
+            core::setSize(sub, it == counts.end() ? 0 : bytesOf(it->second));
+        }
+    core::setSize(root, bytes);
+}
+
+bool BrowserDriver::scan(core::WorkerProgress& progress, bool ownsBar) {
     core::TaskFlags& flags = ctx_.flags;
     core::MainThread& main = ctx_.mainThread;
     core::Frontend& ui = ctx_.frontend;
+    const core::TaskSpec& task = progress.task();
 
     if (ownsBar)
-        progress(preparingMessage());
-    runner_.waitForOtherTasks(task);
-    if (aborted(task))
+        progress.prepare();
+    else
+        runner_.waitForOtherTasks(task);
+    if (progress.aborted())
         return false;
 
     // A browser installed since the list was built joins it now.
@@ -170,45 +186,19 @@ bool BrowserDriver::scan(const TaskSpec& task, bool ownsBar) {
     for (const auto* entry : browsers)
         maximum += entry->progressWeight;
     if (ownsBar)
-        progress(determinateMessage(maximum, false));
+        progress.send(determinateMessage(maximum, false));
 
-    std::uint64_t totalCount = 0;
-    std::uint64_t totalSize = 0;
+    SelectionTotals total;
     for (const auto* entry : browsers) {
-        progress(statusMessage("Scanning " + entry->name + "..."));
-        const BrowserEntry* ops = cleaners_.find(entry->name);
-        std::map<std::string, CountPair> pairs;
-        for (const auto& item : entry->scanOrder) {
-            if (aborted(task))
-                return false;
-            CountPair pair;
-            if (ops)
-                if (auto counted = ops->countItem(item))
-                    pair = *counted;
-            pairs[item] = pair;
-            progress(incrementMessage());
-        }
-
-        std::uint64_t browserSize = 0;
-        for (const auto& [item, pair] : pairs) {
-            if (pair.count > 0)
-                totalCount += static_cast<std::uint64_t>(pair.count);
-            browserSize += bytesOf(pair);
-        }
-        totalSize += browserSize;
-        main.invoke([this, entry, &pairs, browserSize] {
-            auto root = rootNamed(entry->name);
-            if (!root)
-                return;
-            if (auto subs = core::subList(root))
-                for (const auto& sub : subs->dicts()) {
-                    const auto name = core::description(sub);
-                    if (name == entry->autoQuitItem())
-                        continue;
-                    auto it = pairs.find(name);
-                    core::setSize(sub, it == pairs.end() ? 0 : bytesOf(it->second));
-                }
-            core::setSize(root, browserSize);
+        progress.status("Scanning " + entry->name + "...");
+        const auto counts = countBrowser(*entry, progress, true);
+        if (!counts)
+            return false;
+        const SelectionTotals found = totalsOf(*counts);
+        total.count += found.count;
+        total.bytes += found.bytes;
+        main.invoke([this, entry, &counts, &found] {
+            storeCounts(rootNamed(entry->name), *entry, *counts, found.bytes);
         });
     }
 
@@ -217,19 +207,11 @@ bool BrowserDriver::scan(const TaskSpec& task, bool ownsBar) {
             cookies_.save();
     });
     if (ownsBar) {
-        closeBar(maximum);
-        main.invoke([this, &task, &ui, &flags, totalSize, totalCount] {
-            ui.endProgressWindow();
-            ui.stopAnimating();
-            task.reenableUI();
-            task.reloadLists();
-            bar_ = core::ProgressState{};
-            flags.setAbort(task.category, task.kind, false);
-            flags.setRunning(task.category, task.kind, false);
-            ui.updateTextFieldResult(totalsText(totalSize, totalCount));
-        });
+        progress.closeBar(maximum);
+        progress.finish(
+            [&ui, &total] { ui.updateTextFieldResult(totalsText(total.bytes, total.count)); });
     }
-    main.invoke([&ui, totalCount] {
+    main.invoke([&ui, totalCount = total.count] {
         if (totalCount > 0)
             ui.setSubtitle(MainButton::Browsers,
                            "(" + std::to_string(totalCount) + " Items found)");
@@ -239,81 +221,110 @@ bool BrowserDriver::scan(const TaskSpec& task, bool ownsBar) {
     return true;
 }
 
+BrowserDriver::CleanPlan BrowserDriver::planFor(const std::string& browser,
+                                                const std::vector<RowSnapshot>& items) const {
+    CleanPlan plan;
+    plan.browser = browser;
+    const auto* entry = findCatalogueEntry(ctx_.platform.layout(), browser);
+    for (const auto& item : items) {
+        if (!item.marked)
+            continue;
+        const auto name = core::description(item.copy);
+        if (entry && name == entry->autoQuitItem())
+            plan.quit = true;
+        plan.items.push_back(name);
+    }
+    return plan;
+}
+
+bool BrowserDriver::runPlan(const CleanPlan& plan, core::WorkerProgress& progress, bool stepBar) {
+    const BrowserEntry* ops = cleaners_.find(plan.browser);
+    const auto* entry = findCatalogueEntry(ctx_.platform.layout(), plan.browser);
+    // The browser quits first, so it does not write back what is deleted next.
+    if (plan.quit && ops && entry)
+        ops->deleteItem(entry->autoQuitItem());
+    if (stepBar)
+        progress.increment();
+    if (progress.aborted())
+        return false;
+    for (const auto& item : plan.items) {
+        if (ops)
+            ops->deleteItem(item);
+        if (stepBar)
+            progress.increment();
+        if (progress.aborted())
+            return false;
+    }
+    return true;
+}
+
 void BrowserDriver::cleanBrowsers() {
-    const TaskSpec& task = cleanTask_;
+    core::WorkerProgress progress(ctx_, runner_, cleanTask_);
     core::MainThread& main = ctx_.mainThread;
     core::Frontend& ui = ctx_.frontend;
-    const auto layout = ctx_.platform.layout();
 
-    progress(preparingMessage());
-    runner_.waitForOtherTasks(task);
-    if (aborted(task))
+    progress.prepare();
+    if (progress.aborted())
         return;
 
     // The marks as the page shows them; its controls stay disabled until the clean ends.
     std::uint64_t maximum = 0;
     std::vector<CleanPlan> plans;
-    main.invoke([this, &maximum, &plans, layout] {
+    main.invoke([this, &maximum, &plans] {
         maximum = cleanProgressMaximum();
-        for (const auto& root : arrayBrowserMainList_->dicts()) {
-            if (!core::isMarked(root))
-                continue;
-            CleanPlan plan;
-            plan.browser = core::description(root);
-            const auto* entry = findCatalogueEntry(layout, plan.browser);
-            if (auto subs = core::subList(root))
-                for (const auto& sub : subs->dicts()) {
-                    if (!core::isMarked(sub))
-                        continue;
-                    const auto name = core::description(sub);
-                    if (entry && name == entry->autoQuitItem())
-                        plan.quit = true;
-                    plan.items.push_back(name);
-                }
-            plans.push_back(std::move(plan));
-        }
+        for (const auto& root : arrayBrowserMainList_->dicts())
+            if (core::isMarked(root))
+                plans.push_back(
+                    planFor(core::description(root), core::rowSnapshots(core::subList(root))));
     });
-    progress(determinateMessage(maximum, true));
+    progress.send(determinateMessage(maximum, true));
 
     for (const auto& plan : plans) {
-        progress(statusMessage("Cleaning " + plan.browser + "..."));
-        const BrowserEntry* ops = cleaners_.find(plan.browser);
-        const auto* entry = findCatalogueEntry(layout, plan.browser);
-        // The browser quits first, so it does not write back what is deleted next.
-        if (plan.quit && ops && entry)
-            ops->deleteItem(entry->autoQuitItem());
-        progress(incrementMessage());
-        if (aborted(task))
+        progress.status("Cleaning " + plan.browser + "...");
+        if (!runPlan(plan, progress, true))
             return;
-        for (const auto& item : plan.items) {
-            if (ops)
-                ops->deleteItem(item);
-            progress(incrementMessage());
-            if (aborted(task))
-                return;
-        }
     }
 
     // The rescan shows what is left; the bar keeps moving towards the clean's maximum.
-    if (!scan(task, false))
+    if (!scan(progress, false))
         return;
 
-    closeBar(maximum);
+    progress.closeBar(maximum);
     main.invoke([this, &ui] {
         if (cookies_.dict())
             cookies_.save();
         ui.setSubtitle(MainButton::Browsers, std::string("Cleaning Done"));
     });
-    main.invoke([this, &task, &ui] {
-        ui.endProgressWindow();
-        ui.stopAnimating();
-        task.reenableUI();
-        task.reloadLists();
-        bar_ = core::ProgressState{};
-        // The abort flag first (it also clears abortCleaning), the running flag last.
-        ctx_.flags.setAbort(task.category, task.kind, false);
-        ctx_.flags.setRunning(task.category, task.kind, false);
-    });
+    progress.finish();
+}
+
+// ---- A preset's selection ----
+
+bool BrowserDriver::drives(const std::string& description) const {
+    return findCatalogueEntry(ctx_.platform.layout(), description) != nullptr;
+}
+
+std::optional<SelectionTotals> BrowserDriver::countSelection(const DictRef& record,
+                                                             core::WorkerProgress& progress) {
+    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
+    const auto* entry = findCatalogueEntry(ctx_.platform.layout(), selection.description);
+    // A browser that is not installed has nothing to measure.
+    if (!entry || !BrowserLocations(ctx_.platform).browserInstalled(entry->browser))
+        return SelectionTotals{};
+    const auto counts = countBrowser(*entry, progress, false);
+    if (!counts)
+        return std::nullopt;
+    const SelectionTotals totals = totalsOf(*counts);
+    ctx_.mainThread.invoke(
+        [&record, entry, &counts, &totals] { storeCounts(record, *entry, *counts, totals.bytes); });
+    return totals;
+}
+
+bool BrowserDriver::cleanSelection(const DictRef& record, core::WorkerProgress& progress) {
+    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
+    if (!drives(selection.description))
+        return true;
+    return runPlan(planFor(selection.description, selection.children), progress, false);
 }
 
 // ---- Marking ----
@@ -370,6 +381,16 @@ void BrowserDriver::browserMainListCheckBoxButtonClicked(core::CheckState shown)
 
 void BrowserDriver::browserSubListCheckBoxButtonClicked(core::CheckState shown) {
     markAllBrowserSubList(shown != core::CheckState::Off);
+}
+
+void BrowserDriver::setRowMark(int row, bool on) {
+    const auto& rows = arrayBrowserMainList_->items;
+    if (row < 0 || static_cast<std::size_t>(row) >= rows.size())
+        return;
+    if (auto root = rows[static_cast<std::size_t>(row)].dict()) {
+        core::setMark(root, on);
+        scanTask_.reloadLists();
+    }
 }
 
 void BrowserDriver::markAllBrowserMainList(bool on) {

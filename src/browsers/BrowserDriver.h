@@ -1,22 +1,25 @@
 #pragma once
 // The Browsers page's engine: the catalogue of installed browsers and their items, the scan that
 // sizes every item and the clean that runs the marked items' delete operations, marking and
-// sorting of the two lists.
+// sorting of the two lists; and the count and clean of a preset's browser record (a copy of a
+// root of the main list).
 //
-// Threads: everything here except the two worker bodies runs on the main thread, and the lists'
-// records are changed on the main thread only (the workers compute on their own thread and apply
-// through MainThread::invoke). The workers run on threads owned by the TaskRunner, which must be
-// joined before the driver goes away.
+// Threads: everything here except the two worker bodies and the selection count and clean runs
+// on the main thread, and the lists' records are changed on the main thread only (the workers
+// compute on their own thread and apply through MainThread::invoke). The workers run on threads
+// owned by the TaskRunner, which must be joined before the driver goes away.
 
 #include "browsers/BrowserCatalogue.h"
 #include "browsers/sqlite/SQLite.h"
 #include "core/CategoryEngine.h"
 #include "core/CheckList.h"
 #include "core/Context.h"
-#include "core/ProgressMessage.h"
 #include "core/TaskRunner.h"
+#include "core/WorkerProgress.h"
 
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,8 +48,32 @@ public:
     // "Firefox/Cookies" names a sub item (and marks its root), "Firefox" only the root row.
     std::vector<std::string> markOnly(const std::vector<std::string>& items) override;
 
+    // The main list's operations: markAllBrowserMainList, a root's own mark,
+    // reflectMarkStatusInBrowserMainList, browserMainListPopUpButtonClicked,
+    // reflectPopUpButtonTitleInBrowsersMainList, enableOrDisableBrowserScanAndCleanButton.
+    void markAllRows(bool on) override { markAllBrowserMainList(on); }
+    // The root's "Mark" only; its items keep theirs.
+    void setRowMark(int row, bool on) override;
+    core::CheckState masterCheckState() const override {
+        return reflectMarkStatusInBrowserMainList();
+    }
+    void sortRowsBy(core::SortChoice choice) override { browserMainListPopUpButtonClicked(choice); }
+    core::SortChoice currentSortChoice() const override {
+        return reflectPopUpButtonTitleInBrowsersMainList();
+    }
+    bool canClean() const override { return enableOrDisableBrowserScanAndCleanButton(); }
+
+    // A browser of the layout's catalogue, by name. The count measures a browser only while it
+    // is installed, by its count operations in scan order, and sizes the record's items (the
+    // auto-quit item keeps "-") and the record; the clean quits the browser first when the
+    // auto-quit item is marked, then runs the marked items' delete operations in list order.
+    bool drives(const std::string& description) const override;
+    std::optional<core::SelectionTotals> countSelection(const core::DictRef& record,
+                                                        core::WorkerProgress& progress) override;
+    bool cleanSelection(const core::DictRef& record, core::WorkerProgress& progress) override;
+
     // The worker bodies (started by the button handlers; the flags must be set as they set
-    // them). The scan owns the progress bar when the bar is determinate and at 0.
+    // them). The scan owns the progress bar: it shows it, sets it up and closes it.
     void scanBrowsers();
     // Ends with the rescan, on the same thread, which then does not own the bar.
     void cleanBrowsers();
@@ -92,16 +119,26 @@ private:
         bool quit = false;
         std::vector<std::string> items; // marked sub items in list order
     };
+    using Counts = std::map<std::string, CountPair>;
 
-    // The scan's body: `task` is the task it runs under (its own, or the clean's for the clean's
-    // rescan); `ownsBar` whether it sets up and closes the progress bar. False when the task was
-    // aborted (and has been wound down).
-    bool scan(const core::TaskSpec& task, bool ownsBar);
-    // Sends a progress message on the main thread (waiting) and follows it in the bar mirror.
-    void progress(const core::ProgressMessage& message);
-    void closeBar(std::uint64_t maximum);
-    // An abort check point: true when the task was aborted and wound down.
-    bool aborted(const core::TaskSpec& task);
+    // The scan's body under `progress`'s task (its own, or the clean's for the clean's rescan);
+    // `ownsBar` whether it sets up and closes the progress bar and ends the task. False when the
+    // task was aborted (and has been wound down).
+    bool scan(core::WorkerProgress& progress, bool ownsBar);
+    // One browser's count operations in scan order, testing the abort before each; `stepBar`
+    // moves the bar one step after each. nullopt when the task was aborted.
+    std::optional<Counts> countBrowser(const CatalogueEntry& entry, core::WorkerProgress& progress,
+                                       bool stepBar);
+    // Main thread: the counts into a root's items (the auto-quit item left alone) and the
+    // browser's bytes into the root.
+    static void storeCounts(const core::DictRef& root, const CatalogueEntry& entry,
+                            const Counts& counts, std::uint64_t bytes);
+    // The plan for a browser's marked items.
+    CleanPlan planFor(const std::string& browser,
+                      const std::vector<core::RowSnapshot>& items) const;
+    // Quits the browser when asked, then runs the plan's deletes, testing the abort after each
+    // step; `stepBar` moves the bar one step after each. False when the task was aborted.
+    bool runPlan(const CleanPlan& plan, core::WorkerProgress& progress, bool stepBar);
     // Appends a fresh root for every installed browser missing from the main list (main thread).
     bool appendMissingBrowsers();
     std::vector<const CatalogueEntry*> installedBrowsers() const;
@@ -116,9 +153,6 @@ private:
     int selectedMainRow_ = -1;
     core::TaskSpec scanTask_;
     core::TaskSpec cleanTask_;
-    // The progress bar as the driver's own messages (and its abort handling) left it; read and
-    // written on the main thread only.
-    core::ProgressState bar_;
 };
 
 // Sub items, over all roots, whose "Mark" is 1.

@@ -1,6 +1,8 @@
 #pragma once
 // What every browser cleaner works with.
 
+#include "browsers/BrowserLocations.h"
+
 namespace tpc::platform {
 class Platform;
 }
@@ -20,6 +22,9 @@ struct CleanerEnv {
     erase::Deleter& deleter;
     CookieLists& cookies;
     core::SystemLog& log;
+
+    // Where the browsers keep their data, in the platform's layout.
+    BrowserLocations locations() const { return BrowserLocations(platform); }
 };
 
 } // namespace tpc::browsers

@@ -1,6 +1,6 @@
 #include "cli/Commands.h"
 
-#include "browsers/BrowserCleaners.h"
+#include "browsers/BrowsersModule.h"
 #include "browsers/CookieLists.h"
 #include "core/SizeText.h"
 
@@ -22,7 +22,7 @@ struct BrowserArgs {
 
 const BrowserEntry& findBrowser(Session& session, const std::string& name) {
     // "Chrome" is how the cookie lists name Google Chrome.
-    const auto& all = session.app().browsers();
+    const auto& all = session.module<browsers::BrowsersModule>().cleaners();
     const auto* entry = all.find(name == "Chrome" ? "Google Chrome" : name);
     if (!entry) {
         std::string known;
@@ -66,7 +66,7 @@ int remove(Session& session, const BrowserArgs& args) {
 }
 
 int printLists(Session& session, browsers::CookieBrowser b) {
-    auto& lists = session.app().cookies();
+    auto& lists = session.module<browsers::BrowsersModule>().cookies();
     const auto& del = lists.disAllowedActive(b);
     const auto& keep = lists.allowedActive(b);
     std::ostringstream text;
@@ -83,7 +83,7 @@ int printLists(Session& session, browsers::CookieBrowser b) {
 int cookiesList(Session& session, const BrowserArgs& args) {
     const auto& entry = findBrowser(session, args.browser);
     entry.refreshCookies();
-    auto& lists = session.app().cookies();
+    auto& lists = session.module<browsers::BrowsersModule>().cookies();
     lists.searchCookiesToDelete(entry.cookieBrowser, args.search);
     lists.searchCookiesToKeep(entry.cookieBrowser, args.search);
     return printLists(session, entry.cookieBrowser);
@@ -91,7 +91,7 @@ int cookiesList(Session& session, const BrowserArgs& args) {
 
 int cookiesMove(Session& session, const BrowserArgs& args, bool keep) {
     const auto& entry = findBrowser(session, args.browser);
-    auto& lists = session.app().cookies();
+    auto& lists = session.module<browsers::BrowsersModule>().cookies();
     for (const auto& domain : args.domains) {
         if (browsers::CookieLists::stripLeadingDots(domain).empty())
             throw UsageError("\"" + domain + "\" is not a domain");

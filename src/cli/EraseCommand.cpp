@@ -1,7 +1,7 @@
 #include "cli/Commands.h"
 
 #include "core/Clock.h"
-#include "erase/Deleter.h"
+#include "erase/EraseModule.h"
 
 #include <filesystem>
 #include <memory>
@@ -39,10 +39,10 @@ int erase(Session& session, const EraseArgs& args) {
     auto paths = checkedPaths(args.paths);
     auto& app = session.app();
     if (args.method == -2) {
-        app.deleter().deleteFiles(paths);
+        app.erase().deleter().deleteFiles(paths);
     } else {
         // The same engine and helper, with the method of this call only.
-        erase::DeleterEnv env = app.deleterEnv();
+        erase::DeleterEnv env = app.erase().deleterEnv();
         std::int64_t method = args.method;
         env.deletionOption = [method] {
             return method;

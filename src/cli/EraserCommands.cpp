@@ -7,7 +7,7 @@
 #include "core/Keys.h"
 #include "core/Record.h"
 #include "core/Utf8.h"
-#include "eraser/EraserList.h"
+#include "eraser/EraserModule.h"
 #include "eraser/EraserPaths.h"
 
 #include <algorithm>
@@ -46,7 +46,7 @@ bool parseMark(const std::string& value) {
 
 int rowOf(Session& session, const std::string& given) {
     auto path = listedForm(given);
-    int row = session.app().eraserList().findRow(path);
+    int row = session.module<eraser::EraserModule>().list().findRow(path);
     if (row < 0)
         throw UsageError("\"" + core::displayText(path) + "\" is not in the file eraser list");
     return row;
@@ -72,7 +72,7 @@ std::string readable(const core::ArrayRef& rows, const std::optional<core::Alert
 }
 
 int printList(Session& session, const std::optional<core::AlertRequest>& alert = std::nullopt) {
-    auto rows = session.app().eraserList().arrayFolders();
+    auto rows = session.module<eraser::EraserModule>().list().arrayFolders();
     nlohmann::json result = {{"list", toJson(core::Value(rows))}};
     if (alert)
         result["alert"] = {{"title", alert->title}, {"message", alert->message}};
@@ -98,7 +98,7 @@ int add(Session& session, const EraserArgs& args) {
     }
     auto& app = session.app();
     const auto shownBefore = session.frontend().alerts().size();
-    app.eraserDriver().addPaths(paths);
+    session.module<eraser::EraserModule>().driver().addPaths(paths);
     // The silent sizes update runs on a worker: let it size the new rows before printing.
     session.mainThread().runUntil([&] { return app.tasks().idle(); });
 
@@ -114,18 +114,18 @@ int remove(Session& session, const EraserArgs& args) {
         rows.push_back(rowOf(session, given));
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
-    session.app().eraserList().removeRows(rows);
+    session.module<eraser::EraserModule>().list().removeRows(rows);
     return printList(session);
 }
 
 int clear(Session& session) {
-    session.app().eraserList().removeAll();
+    session.module<eraser::EraserModule>().list().removeAll();
     return printList(session);
 }
 
 int mark(Session& session, const EraserArgs& args) {
     bool on = parseMark(args.value);
-    session.app().eraserList().setRowMark(rowOf(session, args.path), on);
+    session.module<eraser::EraserModule>().list().setRowMark(rowOf(session, args.path), on);
     return printList(session);
 }
 
@@ -133,7 +133,8 @@ int option(Session& session, const EraserArgs& args) {
     if (args.value != "contents" && args.value != "folder")
         throw UsageError("the delete option is contents or folder, not \"" + args.value + "\"");
     int row = rowOf(session, args.path);
-    if (!session.app().eraserList().setDeleteOption(row, args.value == "contents"))
+    if (!session.module<eraser::EraserModule>().list().setDeleteOption(row,
+                                                                       args.value == "contents"))
         throw UsageError("\"" + core::displayText(listedForm(args.path)) + "\" is not a folder");
     return printList(session);
 }

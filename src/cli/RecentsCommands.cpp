@@ -4,6 +4,7 @@
 #include "cli/Commands.h"
 
 #include "apps/AppKeys.h"
+#include "apps/AppsModule.h"
 #include "cli/Json.h"
 #include "core/Keys.h"
 #include "core/Record.h"
@@ -49,7 +50,7 @@ bool parseOnOff(const std::string& value) {
 
 // APP as the list names it: a "Path" or a "Description" as given, else the path made absolute.
 int rowOf(Session& session, const std::string& app) {
-    auto& catalogue = session.app().appCatalogue();
+    auto& catalogue = session.module<apps::AppsModule>().catalogue();
     int row = catalogue.findRow(app);
     if (row < 0 && !app.empty())
         row = catalogue.findRow(absoluteForm(app));
@@ -71,14 +72,14 @@ void checkFlag(Session& session, const std::string& flag) {
         known = known || flag == f;
     if (!known)
         throw UsageError("unknown option \"" + flag + "\" (known: " + flagNames() + ")");
-    if (!session.app().appCatalogue().optionAvailable(flag))
+    if (!session.module<apps::AppsModule>().catalogue().optionAvailable(flag))
         throw UsageError("the option \"" + flag + "\" is not available in the " +
                          platform::layoutName(session.platform().layout()) + " layout");
 }
 
 std::string readable(Session& session, const core::ArrayRef& rows,
                      const std::optional<core::AlertRequest>& alert) {
-    auto& catalogue = session.app().appCatalogue();
+    auto& catalogue = session.module<apps::AppsModule>().catalogue();
     std::ostringstream text;
     if (rows)
         for (const auto& row : rows->dicts()) {
@@ -100,7 +101,7 @@ std::string readable(Session& session, const core::ArrayRef& rows,
 }
 
 int printList(Session& session, const std::optional<core::AlertRequest>& alert = std::nullopt) {
-    auto rows = session.app().appCatalogue().arrayRecents();
+    auto rows = session.module<apps::AppsModule>().catalogue().arrayRecents();
     nlohmann::json result = {{"list", toJson(core::Value(rows))}};
     if (alert)
         result["alert"] = {{"title", alert->title}, {"message", alert->message}};
@@ -125,7 +126,7 @@ int add(Session& session, const RecentsArgs& args) {
         throw UsageError("\"" + args.app + "\" is not " +
                          (macos ? "an application bundle (.app)" : "a desktop entry (.desktop)"));
     const auto shownBefore = session.frontend().alerts().size();
-    auto result = session.app().appCatalogue().addApplication(path);
+    auto result = session.module<apps::AppsModule>().catalogue().addApplication(path);
     if (result == AppCatalogue::AddResult::NoIdentifier)
         std::cerr << "tpc: no " << (macos ? "bundle identifier" : "desktop file id") << " for \""
                   << core::displayText(path) << "\": nothing added\n";
@@ -136,25 +137,26 @@ int add(Session& session, const RecentsArgs& args) {
 }
 
 int remove(Session& session, const RecentsArgs& args) {
-    session.app().appCatalogue().removeRow(rowOf(session, args.app));
+    session.module<apps::AppsModule>().catalogue().removeRow(rowOf(session, args.app));
     return printList(session);
 }
 
 int clear(Session& session) {
-    session.app().appCatalogue().removeAll();
+    session.module<apps::AppsModule>().catalogue().removeAll();
     return printList(session);
 }
 
 int set(Session& session, const RecentsArgs& args) {
     checkFlag(session, args.flag);
     bool on = parseOnOff(args.value);
-    session.app().appCatalogue().setOption(rowOf(session, args.app), args.flag, on);
+    session.module<apps::AppsModule>().catalogue().setOption(rowOf(session, args.app), args.flag,
+                                                             on);
     return printList(session);
 }
 
 int mark(Session& session, const RecentsArgs& args) {
     bool on = parseOnOff(args.value);
-    session.app().appCatalogue().setRowMark(rowOf(session, args.app), on);
+    session.module<apps::AppsModule>().catalogue().setRowMark(rowOf(session, args.app), on);
     return printList(session);
 }
 

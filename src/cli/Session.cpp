@@ -44,8 +44,8 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     fopts.terminal = isatty(STDERR_FILENO);
     frontend_ = std::make_unique<CliFrontend>(fopts, trace_);
 
-    app_ = std::make_unique<core::AppDelegate>(
-        core::AppServices{*frontend_, mainThread_, *platform_, clock_, log_});
+    app_ = std::make_unique<controller::AppDelegate>(
+        controller::AppServices{*frontend_, mainThread_, *platform_, clock_, log_});
     app_->startUp(core::StartupOptions{.headless = true});
     if (!app_->settings().folderExists())
         throw FatalError("cannot create the settings folder \"" +

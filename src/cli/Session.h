@@ -4,7 +4,7 @@
 
 #include "cli/CliFrontend.h"
 #include "cli/Trace.h"
-#include "core/AppDelegate.h"
+#include "controller/AppDelegate.h"
 #include "core/Clock.h"
 #include "core/MainThread.h"
 #include "core/SystemLog.h"
@@ -47,7 +47,14 @@ public:
     ~Session();
 
     const GlobalOptions& options() const { return options_; }
-    core::AppDelegate& app() { return *app_; }
+    controller::AppDelegate& app() { return *app_; }
+    // The module of the subsystem a command works with; FatalError when this program was built
+    // without it.
+    template <class M> M& module() {
+        if (auto* m = app_->module<M>())
+            return *m;
+        throw FatalError("this program was built without that part");
+    }
     platform::Platform& platform() { return *platform_; }
     CliFrontend& frontend() { return *frontend_; }
     core::QueueMainThread& mainThread() { return mainThread_; }
@@ -64,7 +71,7 @@ private:
     Trace trace_;
     std::unique_ptr<platform::Platform> platform_;
     std::unique_ptr<CliFrontend> frontend_;
-    std::unique_ptr<core::AppDelegate> app_;
+    std::unique_ptr<controller::AppDelegate> app_;
 };
 
 } // namespace tpc::cli

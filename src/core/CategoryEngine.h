@@ -1,8 +1,12 @@
 #pragma once
-// A cleaning category as the front ends drive it: a list of check-box records, a scan and a clean
-// started like the page's buttons, and the hooks through which the category's page follows the
-// task. Every category page (and `tpc scan|clean CATEGORY`) works through one of these.
+// A cleaning category as the front ends drive it: a list of check-box records with the same list
+// operations on every page, a scan and a clean started like the page's buttons, the hooks through
+// which the category's page follows the task, and the count and clean of a preset's selection
+// (CategoryDispatch). Every category page (and `tpc scan|clean CATEGORY`) works through one of
+// these.
 
+#include "core/CategoryDispatch.h"
+#include "core/CheckList.h"
 #include "core/Frontend.h"
 #include "core/TaskRunner.h"
 #include "core/Value.h"
@@ -22,10 +26,8 @@ struct PageHooks {
     std::function<void()> reloadLists;
 };
 
-class CategoryEngine {
+class CategoryEngine : public CategoryDispatch {
 public:
-    virtual ~CategoryEngine() = default;
-
     // "browsers", "recents", "system", "eraser", "extensions", "presets".
     virtual std::string name() const = 0;
     virtual Category category() const = 0;
@@ -41,6 +43,21 @@ public:
     // Marks exactly the rows named by "Root/Item" (or "Root") descriptions and the roots holding
     // them, unmarking every other row. Answers the names that matched nothing.
     virtual std::vector<std::string> markOnly(const std::vector<std::string>& items) = 0;
+
+    // The main list's operations, the same on every page; each is the category's own named
+    // operation (markAllSystem, reflectMarkStatusInFolders, ...). Main thread.
+    // Sets every row's "Mark" (roots only, where rows have items).
+    virtual void markAllRows(bool on) = 0;
+    // Sets one row's "Mark"; a row outside the list is ignored.
+    virtual void setRowMark(int row, bool on) = 0;
+    // The master check box over the rows.
+    virtual CheckState masterCheckState() const = 0;
+    // The sort pop-up's choice (a choice already in force reverses its direction).
+    virtual void sortRowsBy(SortChoice choice) = 0;
+    // The sort pop-up entry matching the list's recorded sort.
+    virtual SortChoice currentSortChoice() const = 0;
+    // Whether the Clean button is enabled: at least one row marked.
+    virtual bool canClean() const = 0;
 
     PageHooks hooks;
 

@@ -12,57 +12,8 @@ Clock::WallTime RealClock::wallNow() const {
     return std::chrono::time_point_cast<Duration>(std::chrono::system_clock::now());
 }
 
-void RealClock::sleepFor(Duration d) { std::this_thread::sleep_for(d); }
-
-FakeClock::FakeClock(Mode mode, WallTime startWall) : mode_(mode), startWall_(startWall) {}
-
-Clock::TimePoint FakeClock::now() const {
-    std::lock_guard lock(mutex_);
-    return TimePoint(elapsed_);
-}
-
-Clock::WallTime FakeClock::wallNow() const {
-    std::lock_guard lock(mutex_);
-    return startWall_ + elapsed_;
-}
-
-void FakeClock::sleepFor(Duration d) {
-    std::unique_lock lock(mutex_);
-    ++sleepCalls_;
-    if (mode_ == Mode::Auto) {
-        elapsed_ += d;
-        cv_.notify_all();
-        lock.unlock();
-        std::this_thread::yield();
-        return;
-    }
-    auto wake = elapsed_ + d;
-    ++sleepers_;
-    cv_.notify_all();
-    cv_.wait(lock, [&] { return elapsed_ >= wake; });
-    --sleepers_;
-    cv_.notify_all();
-}
-
-void FakeClock::advance(Duration d) {
-    std::lock_guard lock(mutex_);
-    elapsed_ += d;
-    cv_.notify_all();
-}
-
-void FakeClock::waitForSleepers(int n) {
-    std::unique_lock lock(mutex_);
-    cv_.wait(lock, [&] { return sleepers_ >= n; });
-}
-
-int FakeClock::sleepers() const {
-    std::lock_guard lock(mutex_);
-    return sleepers_;
-}
-
-std::uint64_t FakeClock::sleepCalls() const {
-    std::lock_guard lock(mutex_);
-    return sleepCalls_;
+void RealClock::sleepFor(Duration d) {
+    std::this_thread::sleep_for(d);
 }
 
 } // namespace tpc::core

@@ -3,9 +3,7 @@
 // polling loops on a fake clock.
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 
 namespace tpc::core {
 
@@ -32,38 +30,6 @@ public:
     TimePoint now() const override;
     WallTime wallNow() const override;
     void sleepFor(Duration d) override;
-};
-
-// A clock that only moves when told to.
-// - Auto mode: every sleepFor advances the clock by its duration and returns at once, so polling
-//   loops run through virtual time as fast as the machine allows.
-// - Manual mode: sleepFor blocks until the test has advanced the clock past the sleeper's wake
-//   time; waitForSleepers lets the test wait until its threads have gone to sleep.
-class FakeClock final : public Clock {
-public:
-    enum class Mode { Auto, Manual };
-    explicit FakeClock(Mode mode = Mode::Auto,
-                       WallTime startWall = WallTime(std::chrono::seconds(1795000000)));
-
-    TimePoint now() const override;
-    WallTime wallNow() const override;
-    void sleepFor(Duration d) override;
-
-    void advance(Duration d);
-    // Blocks until at least `n` threads are inside sleepFor (manual mode).
-    void waitForSleepers(int n);
-    int sleepers() const;
-    // Total number of sleepFor calls so far.
-    std::uint64_t sleepCalls() const;
-
-private:
-    Mode mode_;
-    mutable std::mutex mutex_;
-    std::condition_variable cv_;
-    Duration elapsed_{0};
-    WallTime startWall_;
-    int sleepers_ = 0;
-    std::uint64_t sleepCalls_ = 0;
 };
 
 } // namespace tpc::core

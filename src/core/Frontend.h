@@ -14,8 +14,16 @@
 namespace tpc::core {
 
 // The main buttons whose subtitles the features set.
-enum class MainButton { AutoClean, Browsers, Recents, System, IPhoto, FileEraser, Extensions,
-                        Preferences };
+enum class MainButton {
+    AutoClean,
+    Browsers,
+    Recents,
+    System,
+    IPhoto,
+    FileEraser,
+    Extensions,
+    Preferences
+};
 // "Auto clean", "Browsers", "Recents", "System", "iPhoto", "File eraser", "Extensions",
 // "Preferences".
 const char* mainButtonName(MainButton button);

@@ -4,19 +4,11 @@
 
 namespace tpc::core {
 
-void ImmediateMainThread::invoke(Task task) {
-    std::lock_guard lock(mutex_);
-    task();
-}
-
-void ImmediateMainThread::post(Task task) {
-    std::lock_guard lock(mutex_);
-    task();
-}
-
 QueueMainThread::QueueMainThread() : owner_(std::this_thread::get_id()) {}
 
-bool QueueMainThread::isMainThread() const { return std::this_thread::get_id() == owner_; }
+bool QueueMainThread::isMainThread() const {
+    return std::this_thread::get_id() == owner_;
+}
 
 void QueueMainThread::invoke(Task task) {
     if (isMainThread()) {

@@ -22,18 +22,6 @@ public:
     virtual bool isMainThread() const = 0;
 };
 
-// Runs every task at once on the calling thread, one at a time. For tests that drive the
-// engine from a single thread, and for code that has no interface thread.
-class ImmediateMainThread final : public MainThread {
-public:
-    void invoke(Task task) override;
-    void post(Task task) override;
-    bool isMainThread() const override { return true; }
-
-private:
-    std::recursive_mutex mutex_;
-};
-
 // A queue that the thread which made it drains while it waits (the command line's main loop).
 class QueueMainThread final : public MainThread {
 public:

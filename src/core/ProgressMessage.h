@@ -10,8 +10,8 @@
 namespace tpc::core {
 
 struct ProgressMessage {
-    std::optional<std::int64_t> hideUnhide;        // 1 show bar and text, 0 hide both
-    std::optional<std::int64_t> indicatorType;     // 1 determinate, 0 indeterminate
+    std::optional<std::int64_t> hideUnhide;         // 1 show bar and text, 0 hide both
+    std::optional<std::int64_t> indicatorType;      // 1 determinate, 0 indeterminate
     std::optional<std::int64_t> startStopAnimation; // 1 stops the animation, 0 starts it
     std::optional<std::string> status;
     std::optional<std::uint64_t> increment;

@@ -9,11 +9,19 @@
 
 namespace tpc::core {
 
-inline std::int64_t mark(const DictRef& rec) { return rec ? rec->getInt(keys::Mark) : 0; }
-inline bool isMarked(const DictRef& rec) { return mark(rec) == 1; }
-inline void setMark(const DictRef& rec, bool on) { rec->set(keys::Mark, on ? 1 : 0); }
+inline std::int64_t mark(const DictRef& rec) {
+    return rec ? rec->getInt(keys::Mark) : 0;
+}
+inline bool isMarked(const DictRef& rec) {
+    return mark(rec) == 1;
+}
+inline void setMark(const DictRef& rec, bool on) {
+    rec->set(keys::Mark, on ? 1 : 0);
+}
 
-inline std::uint64_t size(const DictRef& rec) { return rec ? rec->getUInt(keys::Size) : 0; }
+inline std::uint64_t size(const DictRef& rec) {
+    return rec ? rec->getUInt(keys::Size) : 0;
+}
 
 inline DictRef descriptionDictionary(const DictRef& rec) {
     return rec ? rec->getDict(keys::DescriptionDictionary) : nullptr;
@@ -34,7 +42,9 @@ inline ArrayRef subList(const DictRef& rec) {
     return rec ? rec->getArray(keys::SubListArray) : nullptr;
 }
 
-inline DictRef parent(const DictRef& rec) { return rec ? rec->parent.lock() : nullptr; }
+inline DictRef parent(const DictRef& rec) {
+    return rec ? rec->parent.lock() : nullptr;
+}
 
 // Points every child of every row of `rows` back at its row (done after loading).
 void linkParents(const ArrayRef& rows);

@@ -3,7 +3,11 @@
 #include "core/Clock.h"
 #include "core/MainThread.h"
 #include "core/ProgressMessage.h"
+#include "core/SystemLog.h"
+#include "core/Utf8.h"
 
+#include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace tpc::core {
@@ -29,12 +33,68 @@ AlertRequest changesMadeAlert() {
     return r;
 }
 
+std::string taskName(Category category, TaskKind kind) {
+    return std::string(categoryName(category)) + (kind == TaskKind::Scan ? " scan" : " clean");
+}
+
 } // namespace
 
-TaskRunner::TaskRunner(Context& ctx) : ctx_(ctx) {}
+// The observers, kept apart from the runner so that an end notice still queued for the main
+// thread when the runner goes finds them closed instead of a dead runner.
+struct TaskRunner::Observers {
+    std::mutex mutex;
+    std::vector<TaskObserver*> list;
+    bool closed = false;
+
+    void add(TaskObserver& o) {
+        std::lock_guard lock(mutex);
+        if (std::find(list.begin(), list.end(), &o) == list.end())
+            list.push_back(&o);
+    }
+    void remove(TaskObserver& o) {
+        std::lock_guard lock(mutex);
+        list.erase(std::remove(list.begin(), list.end(), &o), list.end());
+    }
+    bool any() {
+        std::lock_guard lock(mutex);
+        return !list.empty();
+    }
+    void close() {
+        std::lock_guard lock(mutex);
+        closed = true;
+        list.clear();
+    }
+    // Calls outside the lock, on a copy, so an observer may remove itself meanwhile.
+    void notify(const TaskEvent& event, bool started) {
+        std::vector<TaskObserver*> now;
+        {
+            std::lock_guard lock(mutex);
+            if (closed)
+                return;
+            now = list;
+        }
+        for (auto* o : now) {
+            if (started)
+                o->taskStarted(event);
+            else
+                o->taskEnded(event);
+        }
+    }
+};
+
+TaskRunner::TaskRunner(Context& ctx) : ctx_(ctx), observers_(std::make_shared<Observers>()) {}
 
 TaskRunner::~TaskRunner() {
     joinAll();
+    observers_->close();
+}
+
+void TaskRunner::addObserver(TaskObserver& observer) {
+    observers_->add(observer);
+}
+
+void TaskRunner::removeObserver(TaskObserver& observer) {
+    observers_->remove(observer);
 }
 
 void TaskRunner::buttonClicked(const TaskSpec& task, Sender sender, std::function<void()> worker) {
@@ -61,7 +121,47 @@ void TaskRunner::buttonClicked(const TaskSpec& task, Sender sender, std::functio
     flags.setRunning(task.category, task.kind, true);
     flags.setAbortCleaning(false);
     ui.startAnimating();
-    startThread(std::move(worker));
+
+    const TaskEvent event{++lastTaskId_, task.category, task.kind};
+    observers_->notify(event, true);
+    threads_.start([this, task, event, worker = std::move(worker)] {
+        runWorker(task, worker);
+        // Queued behind every request the worker made, so the end is heard after them; nothing
+        // is queued while nobody listens.
+        if (observers_->any())
+            ctx_.mainThread.post(
+                [observers = observers_, event] { observers->notify(event, false); });
+    });
+}
+
+void TaskRunner::runWorker(const TaskSpec& task, const std::function<void()>& worker) {
+    std::string failure;
+    try {
+        if (worker)
+            worker();
+        return;
+    } catch (const std::exception& e) {
+        failure = e.what();
+    } catch (...) {
+        failure = "unknown exception";
+    }
+    ctx_.log.log("Task " + taskName(task.category, task.kind) + " failed: " + displayText(failure));
+    endFailedTask(task);
+}
+
+void TaskRunner::endFailedTask(const TaskSpec& task) {
+    TaskFlags& flags = ctx_.flags;
+    // Read on the main thread, behind what the worker posted: a task that already ended (or
+    // wound itself down) before it threw is not ended twice.
+    bool running = false;
+    ctx_.mainThread.invoke(
+        [&flags, &task, &running] { running = flags.running(task.category, task.kind); });
+    if (!running)
+        return;
+    flags.setAbort(task.category, task.kind, true);
+    if (task.kind == TaskKind::Clean)
+        flags.setAbortCleaning(true);
+    preProcessAbort(task);
 }
 
 void TaskRunner::cleanButtonClicked(const TaskSpec& task, Sender sender,
@@ -141,6 +241,8 @@ bool TaskRunner::preProcessAbort(const TaskSpec& task) {
     main.post([&flags, category, kind] { flags.setRunning(category, kind, false); });
     if (kind == TaskKind::Clean)
         main.invoke([&flags] { flags.setAbortCleaning(false); });
+    if (task.afterAbort)
+        main.invoke([&task] { task.afterAbort(); });
     return true;
 }
 
@@ -158,7 +260,16 @@ void TaskRunner::alertThread(const AlertRequest& request) {
 }
 
 void TaskRunner::startThread(std::function<void()> body) {
-    threads_.start(std::move(body));
+    threads_.start([&log = ctx_.log, body = std::move(body)] {
+        try {
+            if (body)
+                body();
+        } catch (const std::exception& e) {
+            log.log("Worker thread failed: " + displayText(e.what()));
+        } catch (...) {
+            log.log("Worker thread failed: unknown exception");
+        }
+    });
 }
 
 void TaskRunner::joinAll() {

@@ -16,8 +16,12 @@ Value::Value(DictRef d) {
         v_ = std::move(d);
 }
 
-Value Value::newArray() { return Value(ArrayObj::make()); }
-Value Value::newDict() { return Value(DictObj::make()); }
+Value Value::newArray() {
+    return Value(ArrayObj::make());
+}
+Value Value::newDict() {
+    return Value(DictObj::make());
+}
 
 bool Value::isNumber() const {
     switch (kind()) {
@@ -173,7 +177,9 @@ bool numbersEqual(const Value& a, const Value& b) {
 
 } // namespace
 
-Value Value::deepCopy() const { return DeepCopier().copy(*this); }
+Value Value::deepCopy() const {
+    return DeepCopier().copy(*this);
+}
 
 bool Value::operator==(const Value& other) const {
     if (isNumber() && other.isNumber())

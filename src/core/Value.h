@@ -87,8 +87,8 @@ public:
     bool operator==(const Value& other) const;
 
 private:
-    std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Date,
-                 Data, ArrayRef, DictRef>
+    std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Date, Data,
+                 ArrayRef, DictRef>
         v_;
 };
 

@@ -51,7 +51,15 @@ void WorkerProgress::prepare() {
 }
 
 bool WorkerProgress::aborted() {
+    // The preset clean's abort handling runs its steps whenever called: it is called only once
+    // the task was asked to abort.
+    if (!task_.abortHandlingTestsFlag && !abortRequested())
+        return false;
     return runner_.preProcessAbort(task_);
+}
+
+bool WorkerProgress::abortRequested() const {
+    return ctx_.flags.aborting(task_.category, task_.kind);
 }
 
 void WorkerProgress::closeBar(std::uint64_t maximum) {

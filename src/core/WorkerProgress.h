@@ -1,7 +1,8 @@
 #pragma once
 // What a scan or clean worker says to the progress sheet, and how it ends: the messages every
 // category sends, sent on the main thread and waited for, and the normal and aborted endings of
-// the task framework.
+// the task framework. A category's selection count and clean (CategoryDispatch) report through
+// the caller's WorkerProgress.
 
 #include "core/Context.h"
 #include "core/ProgressMessage.h"
@@ -32,8 +33,12 @@ public:
     // "Preparing..." on a shown, indeterminate bar, then waits until no other task runs.
     void prepare();
     // An abort check point (preProcessAbort): true when the task was aborted and has been
-    // wound down; the worker then returns at once.
+    // wound down; the worker then returns at once. A task whose abort handling does not test
+    // its flag (the preset clean) is wound down only once its abort flag is set.
     bool aborted();
+    // Whether the task has been asked to abort, without winding it down (for the stop test of a
+    // long walk, which the next aborted() then ends).
+    bool abortRequested() const;
     // "Done..." at `maximum`, then " " at 0, then the bar hidden.
     void closeBar(std::uint64_t maximum);
     // The normal end, on the main thread and waited for: the sheet ends, the busy animation

@@ -1,6 +1,6 @@
 #include "erase/AccessChecker.h"
 
-#include "erase/FileWalk.h"
+#include "fs/Folders.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@ namespace tpc::erase {
 
 bool PosixAccessChecker::canRemoveEntry(const std::string& path) const {
     std::string folder, name;
-    if (!splitItemPath(path, folder, name))
+    if (!fs::splitItemPath(path, folder, name))
         return false;
     struct stat item {};
     struct stat parent {};

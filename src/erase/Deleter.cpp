@@ -62,7 +62,7 @@ void Deleter::simpleDeleteFiles(const std::vector<std::string>& paths) {
         if (aborted())
             return;
         std::string folder, name;
-        if (!splitItemPath(path, folder, name))
+        if (!fs::splitItemPath(path, folder, name))
             logRemovalError(path, EINVAL, "Not an absolute path to an item");
         else if (isDeletablePath(path))
             removeListed(path);
@@ -71,16 +71,16 @@ void Deleter::simpleDeleteFiles(const std::vector<std::string>& paths) {
     }
 }
 
-UniqueFd Deleter::openListedFolder(const std::string& folder, const std::string& path,
-                                   bool logMissing) {
+fs::UniqueFd Deleter::openListedFolder(const std::string& folder, const std::string& path,
+                                       bool logMissing) {
     if (!env_.refuseFolderLinks) {
-        UniqueFd dir = openLookupFolder(folder);
+        fs::UniqueFd dir = fs::openFolderFollowingLinks(folder);
         if (!dir && logMissing)
             logRemovalError(path, errno, "Could not open folder " + folder);
         return dir;
     }
-    FolderOpenFailure failure;
-    UniqueFd dir = openFolderWithoutLinks(folder, failure);
+    fs::FolderOpenFailure failure;
+    fs::UniqueFd dir = fs::openFolderWithoutLinks(folder, failure);
     if (!dir && (logMissing || failure.error != ENOENT))
         logRemovalError(path, failure.error, failure.reason);
     return dir;
@@ -88,8 +88,8 @@ UniqueFd Deleter::openListedFolder(const std::string& folder, const std::string&
 
 void Deleter::removeListed(const std::string& path) {
     std::string folder, name;
-    splitItemPath(path, folder, name);
-    const UniqueFd dir = openListedFolder(folder, path, true);
+    fs::splitItemPath(path, folder, name);
+    const fs::UniqueFd dir = openListedFolder(folder, path, true);
     if (!dir)
         return;
     RemovalFailure failure;
@@ -102,12 +102,12 @@ void Deleter::eraseFiles(const std::vector<std::string>& paths) {
         if (aborted())
             return;
         std::string folder, name;
-        if (!splitItemPath(path, folder, name)) {
+        if (!fs::splitItemPath(path, folder, name)) {
             logRemovalError(path, EINVAL, "Not an absolute path to an item");
             continue;
         }
         // A folder that is not there is skipped without a word.
-        const UniqueFd dir = openListedFolder(folder, path, false);
+        const fs::UniqueFd dir = openListedFolder(folder, path, false);
         if (!dir)
             continue;
         if (!eraseEntry(dir.get(), name, folder == "/" ? "/" + name : folder + "/" + name))
@@ -151,10 +151,10 @@ bool Deleter::eraseEntry(int dirFd, const std::string& name, const std::string& 
 
 bool Deleter::eraseFolder(int dirFd, const std::string& name, const std::string& path) {
     {
-        const UniqueFd folder = openSubfolder(dirFd, name);
+        const fs::UniqueFd folder = fs::openSubfolderNoFollow(dirFd, name);
         std::vector<std::string> children;
         int error = 0;
-        if (folder && listFolder(folder.get(), children, error)) {
+        if (folder && fs::listOpenFolder(folder.get(), children, error)) {
             for (const auto& child : children) {
                 if (aborted())
                     return false;
@@ -175,9 +175,9 @@ void Deleter::fillFilePath(const std::string& path, std::uint64_t size) {
     if (size == 0 || aborted())
         return;
     std::string folder, name;
-    if (!splitItemPath(path, folder, name))
+    if (!fs::splitItemPath(path, folder, name))
         return;
-    const UniqueFd dir = openListedFolder(folder, path, false);
+    const fs::UniqueFd dir = openListedFolder(folder, path, false);
     struct stat st {};
     if (!dir || fstatat(dir.get(), name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
         return;
@@ -193,7 +193,7 @@ void Deleter::overwriteEntry(int dirFd, const std::string& name, const struct st
         return; // no pattern for this method: nothing could be written
     // Non-blocking and no controlling terminal: should the entry be swapped for a fifo or a
     // device after it was measured, opening it must neither hang nor have side effects.
-    const UniqueFd fd(
+    const fs::UniqueFd fd(
         openat(dirFd, name.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!fd)
         return;
@@ -267,7 +267,7 @@ void Deleter::logRemovalError(const std::string& path, int error, const std::str
 
 bool Deleter::isDeletablePath(const std::string& path) const {
     std::string folder, name;
-    return splitItemPath(path, folder, name) && access().canRemoveEntry(path);
+    return fs::splitItemPath(path, folder, name) && access().canRemoveEntry(path);
 }
 
 bool Deleter::isWriteDeletablePath(const std::string& path) const {

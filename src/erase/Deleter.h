@@ -89,7 +89,8 @@ private:
 
     // The folder that holds listed item `path`, by the rule for links along its path; none when
     // it cannot be opened (`logMissing`: a folder that is simply not there is logged too).
-    UniqueFd openListedFolder(const std::string& folder, const std::string& path, bool logMissing);
+    fs::UniqueFd openListedFolder(const std::string& folder, const std::string& path,
+                                  bool logMissing);
     // Removes one listed item plainly, logging a failure.
     void removeListed(const std::string& path);
     // Erases entry `name` of folder `dirFd` (known to the user as `path`); false once the abort

@@ -9,9 +9,9 @@
 #include "core/TaskTexts.h"
 #include "core/WorkerProgress.h"
 #include "erase/Deleter.h"
-#include "erase/FolderEntries.h"
-#include "erase/TreeMeasure.h"
 #include "eraser/EraserPaths.h"
+#include "fs/Folders.h"
+#include "fs/TreeMeasure.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,11 +22,25 @@ namespace tpc::eraser {
 namespace {
 
 using core::Category;
+using core::DictRef;
 using core::MainButton;
+using core::RowSnapshot;
+using core::SelectionTotals;
 using core::TaskKind;
-using core::TaskSpec;
 
 constexpr core::Clock::Duration kPollInterval = core::Clock::seconds(0.5);
+constexpr const char* kFileEraser = "File Eraser";
+
+// Only absolute paths are measured or shredded: a relative one (from a damaged file) would be
+// taken from wherever the program was started.
+bool usablePath(const std::string& path) {
+    return !path.empty() && path.front() == '/';
+}
+
+bool contentsOnly(const DictRef& rec) {
+    const core::Value& option = rec->get(keys::DeleteOption);
+    return option.isBool() && option.toBool();
+}
 
 } // namespace
 
@@ -114,30 +128,57 @@ std::vector<EraserDriver::Row> EraserDriver::readRows() {
     return rows;
 }
 
-void EraserDriver::scanShredder() {
+std::vector<EraserDriver::Row> EraserDriver::rowsOf(const std::vector<RowSnapshot>& rows) {
+    std::vector<Row> out;
+    for (const auto& row : rows)
+        out.push_back(Row{row.record, core::path(row.copy)});
+    return out;
+}
+
+std::vector<EraserDriver::Shred> EraserDriver::shredsOf(const std::vector<RowSnapshot>& rows) {
+    std::vector<Shred> out;
+    for (const auto& row : rows)
+        if (row.marked)
+            out.push_back(Shred{core::path(row.copy), contentsOnly(row.copy)});
+    return out;
+}
+
+std::optional<SelectionTotals> EraserDriver::measureRows(const std::vector<Row>& rows,
+                                                         core::WorkerProgress& progress) {
     core::TaskFlags& flags = ctx_.flags;
+    // The page's own tasks also stop for each other's abort; a caller's task for its own.
+    const bool ownTask = progress.task().category == Category::Shredder;
+    auto stop = [&flags, &progress, ownTask] {
+        if (ownTask)
+            return flags.aborting(Category::Shredder, TaskKind::Scan) ||
+                   flags.aborting(Category::Shredder, TaskKind::Clean);
+        return progress.abortRequested();
+    };
+    SelectionTotals totals;
+    for (const auto& row : rows) {
+        if (progress.aborted())
+            return std::nullopt;
+        const auto measured =
+            usablePath(row.path) ? fs::measureTreeNoFollow(row.path, stop) : fs::TreeTotals{};
+        if (!measured.complete && progress.aborted())
+            return std::nullopt;
+        ctx_.mainThread.invoke([&row, &measured] { core::setSize(row.record, measured.bytes); });
+        totals.bytes += measured.bytes;
+        totals.count += measured.count;
+    }
+    return totals;
+}
+
+void EraserDriver::scanShredder() {
     core::WorkerProgress progress(ctx_, runner_, scanTask_);
     progress.prepare();
     if (progress.aborted())
         return;
     progress.status("Scanning Folders/Files...");
 
-    auto stop = [&flags] {
-        return flags.aborting(Category::Shredder, TaskKind::Scan) ||
-               flags.aborting(Category::Shredder, TaskKind::Clean);
-    };
-    std::uint64_t totalBytes = 0;
-    std::uint64_t totalItems = 0;
-    for (const auto& row : readRows()) {
-        if (progress.aborted())
-            return;
-        const auto totals = erase::measureTree(row.path, stop);
-        if (!totals.complete && progress.aborted())
-            return;
-        ctx_.mainThread.invoke([&row, &totals] { core::setSize(row.record, totals.bytes); });
-        totalBytes += totals.bytes;
-        totalItems += totals.count;
-    }
+    const auto totals = measureRows(readRows(), progress);
+    if (!totals)
+        return;
 
     ctx_.mainThread.post([this] { list_.save(); });
     core::ProgressMessage done = core::determinateMessage(100, false);
@@ -145,7 +186,7 @@ void EraserDriver::scanShredder() {
     done.doubleValue = 100;
     progress.send(done);
     progress.closeBar(100);
-    progress.finish([this, totalBytes, totalItems] {
+    progress.finish([this, totalBytes = totals->bytes, totalItems = totals->count] {
         core::Frontend& ui = ctx_.frontend;
         ui.updateTextFieldResult(core::totalsText(totalBytes, totalItems));
         if (totalBytes != 0)
@@ -158,15 +199,24 @@ void EraserDriver::scanShredder() {
 
 void EraserDriver::shred(const Shred& item) {
     struct stat st {};
-    if (::lstat(item.path.c_str(), &st) != 0)
+    if (!usablePath(item.path) || ::lstat(item.path.c_str(), &st) != 0)
         return;
     if (S_ISDIR(st.st_mode) && item.contentsOnly) {
-        const auto entries = erase::topLevelEntries(item.path);
+        const auto entries = fs::listFolderNoFollow(item.path);
         if (!entries.empty())
             deleter_.deleteFiles(entries);
         return;
     }
     deleter_.deleteFiles({item.path});
+}
+
+bool EraserDriver::shredAll(const std::vector<Shred>& items, core::WorkerProgress& progress) {
+    for (const auto& item : items) {
+        if (progress.aborted())
+            return false;
+        shred(item);
+    }
+    return !progress.aborted();
 }
 
 void EraserDriver::cleanShredder() {
@@ -177,22 +227,9 @@ void EraserDriver::cleanShredder() {
     progress.status("Shredding Folders/Files...");
 
     // The marks and options as the page shows them; its controls stay disabled meanwhile.
-    std::vector<Shred> marked;
-    ctx_.mainThread.invoke([this, &marked] {
-        for (const auto& rec : list_.arrayFolders()->dicts())
-            if (core::isMarked(rec)) {
-                const auto* option =
-                    rec->get(keys::DeleteOption).isBool() ? &rec->get(keys::DeleteOption) : nullptr;
-                marked.push_back(Shred{core::path(rec), option && option->toBool()});
-            }
-    });
-    for (const auto& item : marked) {
-        if (progress.aborted())
-            return;
-        if (!item.path.empty())
-            shred(item);
-    }
-    if (progress.aborted())
+    std::vector<RowSnapshot> rows;
+    ctx_.mainThread.invoke([this, &rows] { rows = core::rowSnapshots(list_.arrayFolders()); });
+    if (!shredAll(shredsOf(rows), progress))
         return;
 
     progress.status("Done...");
@@ -201,6 +238,30 @@ void EraserDriver::cleanShredder() {
     hide.hideUnhide = 0;
     progress.send(hide);
     progress.finish([this] { ctx_.frontend.updateTextFieldResult(std::string("Cleaning Done")); });
+}
+
+// ---- A preset's selection ----
+
+bool EraserDriver::drives(const std::string& description) const {
+    return description == kFileEraser;
+}
+
+std::optional<SelectionTotals> EraserDriver::countSelection(const DictRef& record,
+                                                            core::WorkerProgress& progress) {
+    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
+    if (!drives(selection.description))
+        return SelectionTotals{};
+    const auto totals = measureRows(rowsOf(selection.children), progress);
+    if (totals)
+        ctx_.mainThread.invoke([&record, &totals] { core::setSize(record, totals->bytes); });
+    return totals;
+}
+
+bool EraserDriver::cleanSelection(const DictRef& record, core::WorkerProgress& progress) {
+    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
+    if (!drives(selection.description))
+        return true;
+    return shredAll(shredsOf(selection.children), progress);
 }
 
 // ---- Sizes update ----
@@ -262,7 +323,7 @@ void EraserDriver::sizesUpdate(std::uint64_t epoch) {
     for (const auto& row : readRows()) {
         if (stop())
             return release(false);
-        const auto totals = erase::measureTree(row.path, stop);
+        const auto totals = fs::measureTreeNoFollow(row.path, stop);
         if (!totals.complete)
             return release(false);
         main.invoke([&row, &totals] { core::setSize(row.record, totals.bytes); });

@@ -1,6 +1,8 @@
 #pragma once
 // The File Eraser page's engine: the scan that measures every listed path, the clean that passes
-// the marked ones to the deletion engine, and the silent sizes update after paths are added.
+// the marked ones to the deletion engine, and the silent sizes update after paths are added; and
+// the count and clean of a preset's "File Eraser" record, whose children are copies of the
+// list's rows.
 
 #include "core/CategoryEngine.h"
 #include "core/Context.h"
@@ -10,6 +12,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +38,28 @@ public:
     // Rows are named by "Path" (or "Description"). The marks are changed for this run only and
     // are not saved.
     std::vector<std::string> markOnly(const std::vector<std::string>& items) override;
+
+    // The list operations are the eraser list's own (markAllFolders, setRowMark,
+    // reflectMarkStatusInFolders, foldersPopUpButtonClicked, reflectPopUpButtonTitleInFolders,
+    // enableOrDisableFoldersCleanButton); each change is saved.
+    void markAllRows(bool on) override { list_.markAllFolders(on); }
+    void setRowMark(int row, bool on) override { list_.setRowMark(row, on); }
+    core::CheckState masterCheckState() const override {
+        return list_.reflectMarkStatusInFolders();
+    }
+    void sortRowsBy(core::SortChoice choice) override { list_.foldersPopUpButtonClicked(choice); }
+    core::SortChoice currentSortChoice() const override {
+        return list_.reflectPopUpButtonTitleInFolders();
+    }
+    bool canClean() const override { return list_.enableOrDisableFoldersCleanButton(); }
+
+    // "File Eraser": each child's "Path" is measured as the scan measures a row and, when marked,
+    // shredded as the clean shreds a row (its "Delete Option" keeping a folder). Only absolute
+    // paths are looked at.
+    bool drives(const std::string& description) const override;
+    std::optional<core::SelectionTotals> countSelection(const core::DictRef& record,
+                                                        core::WorkerProgress& progress) override;
+    bool cleanSelection(const core::DictRef& record, core::WorkerProgress& progress) override;
 
     // The open panel's confirmation: the add rule, the "Path(s) inconsistencies !" alert when a
     // flag was set, then the sizes update when a row was added. Main thread.
@@ -63,6 +88,15 @@ private:
 
     // Every row with its path, read on the main thread.
     std::vector<Row> readRows();
+    static std::vector<Row> rowsOf(const std::vector<core::RowSnapshot>& rows);
+    // What the clean does for the marked rows.
+    static std::vector<Shred> shredsOf(const std::vector<core::RowSnapshot>& rows);
+    // Measures the rows under `progress`'s task and stores their sizes; nullopt when the task
+    // was aborted.
+    std::optional<core::SelectionTotals> measureRows(const std::vector<Row>& rows,
+                                                     core::WorkerProgress& progress);
+    // Shreds the items; false when the task was aborted.
+    bool shredAll(const std::vector<Shred>& items, core::WorkerProgress& progress);
     // Sets the scan's flags and starts the sizes update (main thread).
     void startSizesUpdate();
     void sizesUpdate(std::uint64_t epoch);

@@ -7,9 +7,9 @@
 #include "core/TaskFlags.h"
 #include "core/Utf8.h"
 #include "eraser/EraserPaths.h"
+#include "fs/Entries.h"
 
 #include <algorithm>
-#include <sys/stat.h>
 
 namespace tpc::eraser {
 
@@ -28,17 +28,12 @@ std::int64_t sortDefaultForCount(std::size_t count) {
     return static_cast<std::int64_t>(count);
 }
 
-bool isDirectoryEntry(const std::string& path) {
-    struct stat st {};
-    return ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
 DictRef newRecord(const std::string& path, std::size_t rowsBefore) {
     auto rec = DictObj::make({
         {ck::DescriptionDictionary,
          Value(DictObj::make({{ck::Description, lastComponent(path)}, {ck::Path, path}}))},
         {ck::Mark, 1},
-        {keys::IsAFolder, isDirectoryEntry(path)},
+        {keys::IsAFolder, fs::isFolderNoFollow(path)},
         {keys::DeleteOption, false},
         {ck::IsRootItem, true},
         {ck::SortedByItem, ck::DefaultSort},

@@ -1,5 +1,7 @@
 #include "platform/Platform.h"
 
+#include "fs/Entries.h"
+#include "fs/Folders.h"
 #include "platform/TextFile.h"
 #include "platform/UserDirs.h"
 
@@ -43,11 +45,6 @@ fs::path passwordHome() {
         entry && entry->pw_dir && fs::path(entry->pw_dir).is_absolute())
         return entry->pw_dir;
     throw std::runtime_error("cannot find the home folder: $HOME is not set");
-}
-
-bool existsAsEntry(const fs::path& path) {
-    std::error_code ec;
-    return fs::exists(fs::symlink_status(path, ec));
 }
 
 } // namespace
@@ -149,18 +146,17 @@ fs::path Platform::trash() const {
 std::vector<fs::path> Platform::logs() const {
     std::vector<fs::path> found;
     if (layout_ == Layout::MacOS) {
-        if (existsAsEntry(home_ / "Library" / "Logs"))
+        if (tpc::fs::entryExists(home_ / "Library" / "Logs"))
             found.push_back(home_ / "Library" / "Logs");
         return found;
     }
-    std::error_code ec;
-    for (fs::directory_iterator it(home_, ec), end; !ec && it != end; it.increment(ec))
-        if (it->path().filename().string().starts_with(".xsession-errors"))
-            found.push_back(it->path());
-    ec.clear();
-    for (fs::directory_iterator it(dataHome_ / "xorg", ec), end; !ec && it != end; it.increment(ec))
-        if (it->path().extension() == ".log")
-            found.push_back(it->path());
+    for (const auto& name : tpc::fs::folderNamesFollowingLinks(home_))
+        if (name.starts_with(".xsession-errors"))
+            found.push_back(home_ / name);
+    const auto xorg = dataHome_ / "xorg";
+    for (const auto& name : tpc::fs::folderNamesFollowingLinks(xorg))
+        if (fs::path(name).extension() == ".log")
+            found.push_back(xorg / name);
     std::sort(found.begin(), found.end());
     return found;
 }

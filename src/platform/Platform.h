@@ -1,8 +1,9 @@
 #pragma once
-// Where everything is. Every path the engine touches comes from here, never from a literal in a
-// cleaner. Two layouts: macos (the folder rules of the desktop platform the program was designed
-// for) and linux (what a Linux desktop user has: XDG folders, freedesktop trash and recent files).
-// The home folder and the file-system root are parameters, so tests run on fake trees.
+// Where everything is: the folder roles every path the engine touches is built from, never a
+// literal in a cleaner (the subsystems build their own places, such as a browser's data folders,
+// on these roles). Two layouts: macos (the folder rules of the desktop platform the program was
+// designed for) and linux (what a Linux desktop user has: XDG folders, freedesktop trash and recent
+// files). The home folder and the file-system root are parameters, so tests run on fake trees.
 
 #include "platform/Services.h"
 
@@ -22,8 +23,6 @@ enum class Layout { MacOS, Linux };
 std::optional<Layout> parseLayout(const std::string& text);
 const char* layoutName(Layout layout);
 Layout hostLayout();
-
-enum class Browser { Safari, Firefox, GoogleChrome, Chromium, Opera };
 
 struct PlatformOptions {
     Layout layout = hostLayout();
@@ -78,29 +77,6 @@ public:
     std::vector<fs::path> logs() const;
     // linux: $XDG_DATA_HOME/recently-used.xbel.
     fs::path recentlyUsedFile() const;
-
-    // Browsers.
-    bool browserInstalled(Browser browser) const;
-    // The folder holding the Firefox profiles (macos <AppSupport>/Firefox/Profiles; linux
-    // ~/.mozilla/firefox, or $XDG_CONFIG_HOME/mozilla/firefox when ~/.mozilla is absent).
-    fs::path firefoxProfilesFolder() const;
-    // Firefox profile folder and its cache folder; nullopt when no profile is found.
-    std::optional<fs::path> firefoxProfile() const;
-    std::optional<fs::path> firefoxCacheProfile() const;
-    // "Cache" (macos) or "cache2" (linux): the web cache inside the cache profile.
-    std::string firefoxWebCacheName() const;
-    // Chrome-family "Default" profile and cache folder (Google Chrome or Chromium; any other
-    // browser throws std::invalid_argument).
-    fs::path chromeProfile(Browser browser) const;
-    fs::path chromeCache(Browser browser) const;
-    fs::path operaData() const;
-    fs::path operaWebCache() const;
-    // Safari (offered in the macos layout only; the linux layout answers the same folders under
-    // the home, and browserInstalled(Safari) is always false there).
-    fs::path safariFolder() const;
-    fs::path safariCaches() const;
-    // The Cookies.binarycookies candidates, in the order they are looked at.
-    std::vector<fs::path> safariCookieFiles() const;
 
     // Services.
     RunningApps& runningApps() { return *runningApps_; }

@@ -1,5 +1,7 @@
 #include "platform/TextFile.h"
 
+#include "fs/Entries.h"
+
 #include <algorithm>
 #include <array>
 #include <fstream>
@@ -7,8 +9,7 @@
 namespace tpc::platform {
 
 std::optional<std::string> readTextFile(const std::filesystem::path& file, std::size_t limit) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(file, ec))
+    if (!tpc::fs::isRegularFileFollowingLinks(file))
         return std::nullopt;
     std::ifstream in(file, std::ios::binary);
     if (!in)

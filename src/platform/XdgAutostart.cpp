@@ -3,6 +3,7 @@
 #include "core/PropertyList.h"
 #include "core/Utf8.h"
 
+#include "fs/Entries.h"
 #include "platform/DesktopExec.h"
 #include "platform/KeyFile.h"
 #include "platform/TextFile.h"
@@ -150,9 +151,8 @@ fs::path XdgAutostart::userEntry() const {
 
 std::optional<fs::path> XdgAutostart::systemEntry() const {
     // The first folder of the list is the most important one.
-    std::error_code ec;
     for (const auto& dir : configDirs_)
-        if (fs::is_regular_file(dir / "autostart" / fileName_, ec))
+        if (tpc::fs::isRegularFileFollowingLinks(dir / "autostart" / fileName_))
             return dir / "autostart" / fileName_;
     return std::nullopt;
 }

@@ -2,7 +2,9 @@
 
 #include "core/PropertyList.h"
 #include "erase/Deleter.h"
-#include "erase/FolderEntries.h"
+#include "fs/Entries.h"
+#include "fs/Folders.h"
+#include "fs/TreeMeasure.h"
 
 #include <fstream>
 #include <sys/stat.h>
@@ -10,9 +12,9 @@
 namespace tpc::system {
 
 namespace fs = std::filesystem;
-using erase::entryExists;
-using erase::isRealFolder;
-using erase::topLevelEntries;
+using tpc::fs::entryExists;
+using tpc::fs::isFolderNoFollow;
+using tpc::fs::listFolderNoFollow;
 
 namespace {
 
@@ -61,27 +63,26 @@ std::string percentDecode(const std::string& text) {
 FreedesktopTrash::FreedesktopTrash(fs::path folder, erase::Deleter& deleter)
     : folder_(std::move(folder)), deleter_(deleter) {}
 
-erase::TreeTotals FreedesktopTrash::measure(const std::function<bool()>& aborted) const {
-    if (!isRealFolder(folder_))
+tpc::fs::TreeTotals FreedesktopTrash::measure(const std::function<bool()>& aborted) const {
+    if (!isFolderNoFollow(folder_))
         return {};
     // A link in the place of "files" is neither walked nor emptied: it counts as nothing.
-    struct stat st {};
-    if (::lstat(files().c_str(), &st) == 0 && S_ISLNK(st.st_mode))
+    if (tpc::fs::isLink(files()))
         return {};
-    return erase::measureTree(files().string(), aborted);
+    return tpc::fs::measureTreeNoFollow(files().string(), aborted);
 }
 
 void FreedesktopTrash::empty() {
-    if (!isRealFolder(folder_))
+    if (!isFolderNoFollow(folder_))
         return;
     // A link (or anything but a folder) in the place of "files" or "info" leaves the whole trash
     // alone: its items and their info entries go together or not at all, and nothing is reached
     // through such a link.
-    if ((entryExists(files()) && !isRealFolder(files())) ||
-        (entryExists(info()) && !isRealFolder(info())))
+    if ((entryExists(files()) && !isFolderNoFollow(files())) ||
+        (entryExists(info()) && !isFolderNoFollow(info())))
         return;
     // One item at a time, so that an item's info goes only once the item itself has gone.
-    for (const auto& item : topLevelEntries(files())) {
+    for (const auto& item : listFolderNoFollow(files())) {
         deleter_.deleteFiles({item});
         if (!entryExists(item))
             removeInfoOf(fileName(item));
@@ -93,16 +94,16 @@ void FreedesktopTrash::empty() {
 void FreedesktopTrash::removeInfoOf(const std::string& name) {
     const auto infoFile = info() / (name + kInfoSuffix);
     // Checked again for every item: "info" may have been swapped for a link meanwhile.
-    if (isRealFolder(info()) && entryExists(infoFile) && !isRealFolder(infoFile))
+    if (isFolderNoFollow(info()) && entryExists(infoFile) && !isFolderNoFollow(infoFile))
         deleter_.simpleDeleteFiles({infoFile.string()});
 }
 
 void FreedesktopTrash::removeOrphanInfo() {
     const std::string suffix = kInfoSuffix;
     std::vector<std::string> orphans;
-    for (const auto& entry : topLevelEntries(info())) {
+    for (const auto& entry : listFolderNoFollow(info())) {
         const auto name = fileName(entry);
-        if (name.size() <= suffix.size() || !name.ends_with(suffix) || isRealFolder(entry))
+        if (name.size() <= suffix.size() || !name.ends_with(suffix) || isFolderNoFollow(entry))
             continue;
         if (!entryExists(files() / name.substr(0, name.size() - suffix.size())))
             orphans.push_back(entry);
@@ -116,7 +117,7 @@ void FreedesktopTrash::refreshDirectorySizes() {
     struct stat st {};
     if (::lstat(cache.c_str(), &st) != 0 || S_ISDIR(st.st_mode))
         return;
-    if (topLevelEntries(files()).empty()) {
+    if (listFolderNoFollow(files()).empty()) {
         deleter_.simpleDeleteFiles({cache.string()});
         return;
     }

@@ -4,7 +4,7 @@
 // three consistent, so a file manager never shows an item whose data is gone or the size of a
 // folder that no longer exists.
 
-#include "erase/TreeMeasure.h"
+#include "fs/TreeMeasure.h"
 
 #include <filesystem>
 #include <functional>
@@ -21,7 +21,7 @@ public:
 
     // Every entry under "files/" at any depth ("files" that is not a folder counts once); nothing
     // when the trash is not a folder or "files" is a link.
-    erase::TreeTotals measure(const std::function<bool()>& aborted = {}) const;
+    tpc::fs::TreeTotals measure(const std::function<bool()>& aborted = {}) const;
 
     // Removes every item of "files/" through the deletion engine (which follows the erase
     // setting and removes a link as a link), the "info/" entry of every item that went, the

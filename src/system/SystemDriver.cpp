@@ -16,16 +16,14 @@ namespace tpc::system {
 
 namespace {
 
-using core::Category;
 using core::DictRef;
 using core::MainButton;
+using core::RowSnapshot;
+using core::SelectionTotals;
 using core::TaskKind;
 using core::TaskSpec;
 
-// A record's copy for the worker to read while the page keeps the original.
-DictRef workerCopy(const DictRef& rec) {
-    return core::Value(rec).deepCopy().dict();
-}
+constexpr const char* kCleanSystemJunk = "Clean System Junk";
 
 } // namespace
 
@@ -66,43 +64,65 @@ void SystemDriver::scanSystem() {
     scan(progress, true);
 }
 
+std::vector<RowSnapshot> SystemDriver::snapshot() {
+    std::vector<RowSnapshot> rows;
+    ctx_.mainThread.invoke([this, &rows] { rows = core::rowSnapshots(arraySystem_); });
+    return rows;
+}
+
+std::optional<SelectionTotals> SystemDriver::countRows(const std::vector<RowSnapshot>& rows,
+                                                       core::WorkerProgress& progress,
+                                                       bool stepBar) {
+    const auto stopping = [&progress] {
+        return progress.abortRequested();
+    };
+    SelectionTotals totals;
+    for (const auto& row : rows) {
+        if (stepBar)
+            progress.increment();
+        if (progress.aborted())
+            return std::nullopt;
+        const SystemCount found = junk_.countSystemDetailsToClear(row.copy, stopping);
+        // A folder walk cut short by the abort leaves nothing worth showing.
+        if (stopping() && progress.aborted())
+            return std::nullopt;
+        ctx_.mainThread.invoke([&row, &found] {
+            row.record->set(core::keys::Count,
+                            core::itemsText(static_cast<std::int64_t>(found.count)));
+            core::setSize(row.record, found.size);
+        });
+        totals.count += found.count;
+        totals.bytes += found.size;
+    }
+    return totals;
+}
+
+bool SystemDriver::cleanRows(const std::vector<RowSnapshot>& rows, core::WorkerProgress& progress,
+                             bool stepBar) {
+    for (const auto& row : rows) {
+        if (stepBar)
+            progress.increment();
+        if (progress.aborted())
+            return false;
+        if (row.marked)
+            junk_.deleteSystemData(row.copy);
+    }
+    return !progress.aborted();
+}
+
 bool SystemDriver::scan(core::WorkerProgress& progress, bool ownsBar) {
     const TaskSpec& task = progress.task();
-    core::MainThread& main = ctx_.mainThread;
     core::Frontend& ui = ctx_.frontend;
 
-    // Each row with the copy the count reads.
-    std::vector<std::pair<DictRef, DictRef>> rows;
-    main.invoke([this, &rows] {
-        for (const auto& rec : arraySystem_->dicts())
-            rows.emplace_back(rec, workerCopy(rec));
-    });
+    const auto rows = snapshot();
     const std::uint64_t maximum = rows.size();
     progress.send(core::determinateMessage(maximum, false));
     progress.status("Scanning System...");
+    const auto totals = countRows(rows, progress, true);
+    if (!totals)
+        return false;
 
-    const auto stopping = [this, &task] {
-        return ctx_.flags.aborting(task.category, task.kind);
-    };
-    std::uint64_t totalCount = 0;
-    std::uint64_t totalSize = 0;
-    for (const auto& [rec, copy] : rows) {
-        progress.increment();
-        if (progress.aborted())
-            return false;
-        const SystemCount found = junk_.countSystemDetailsToClear(copy, stopping);
-        // A folder walk cut short by the abort leaves nothing worth showing.
-        if (stopping() && progress.aborted())
-            return false;
-        main.invoke([&rec, &found] {
-            rec->set(core::keys::Count, core::itemsText(static_cast<std::int64_t>(found.count)));
-            core::setSize(rec, found.size);
-        });
-        totalCount += found.count;
-        totalSize += found.size;
-    }
-
-    const auto report = [this, &ui, totalSize, totalCount] {
+    const auto report = [this, &ui, totalSize = totals->bytes, totalCount = totals->count] {
         ui.updateTextFieldResult(core::totalsText(totalSize, totalCount));
         ui.setSubtitle(MainButton::System, core::foundSubtitle(totalSize, totalCount));
         ctx_.flags.setChangesMade(false);
@@ -111,7 +131,7 @@ bool SystemDriver::scan(core::WorkerProgress& progress, bool ownsBar) {
         progress.closeBar(maximum);
         progress.finish(report);
     } else {
-        main.invoke([&report, &task] {
+        ctx_.mainThread.invoke([&report, &task] {
             report();
             task.reloadLists();
         });
@@ -126,23 +146,11 @@ void SystemDriver::cleanSystem() {
         return;
 
     // The marks as the page shows them now; its controls stay disabled until the clean ends.
-    std::vector<std::pair<DictRef, bool>> plan;
-    ctx_.mainThread.invoke([this, &plan] {
-        for (const auto& rec : arraySystem_->dicts())
-            plan.emplace_back(workerCopy(rec), core::isMarked(rec));
-    });
-    const std::uint64_t maximum = plan.size();
+    const auto rows = snapshot();
+    const std::uint64_t maximum = rows.size();
     progress.send(core::determinateMessage(maximum, true));
     progress.status("Cleaning Recents & Caches...");
-
-    for (const auto& [copy, marked] : plan) {
-        progress.increment();
-        if (progress.aborted())
-            return;
-        if (marked)
-            junk_.deleteSystemData(copy);
-    }
-    if (progress.aborted())
+    if (!cleanRows(rows, progress, true))
         return;
 
     // The rescan shows what is left, under the clean's own sheet and flags.
@@ -150,6 +158,30 @@ void SystemDriver::cleanSystem() {
         return;
     progress.closeBar(maximum);
     progress.finish([this] { ctx_.frontend.updateTextFieldResult(std::string("Cleaning Done")); });
+}
+
+// ---- A preset's selection ----
+
+bool SystemDriver::drives(const std::string& description) const {
+    return description == kCleanSystemJunk;
+}
+
+std::optional<SelectionTotals> SystemDriver::countSelection(const DictRef& record,
+                                                            core::WorkerProgress& progress) {
+    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
+    if (!drives(selection.description))
+        return SelectionTotals{};
+    const auto totals = countRows(selection.children, progress, false);
+    if (totals)
+        ctx_.mainThread.invoke([&record, &totals] { core::setSize(record, totals->bytes); });
+    return totals;
+}
+
+bool SystemDriver::cleanSelection(const DictRef& record, core::WorkerProgress& progress) {
+    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
+    if (!drives(selection.description))
+        return true;
+    return cleanRows(selection.children, progress, false);
 }
 
 // ---- Marking ----

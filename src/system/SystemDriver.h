@@ -1,9 +1,11 @@
 #pragma once
 // The System page's engine: the list of the five categories, the scan that counts each and the
-// clean that empties the marked ones, with marking and sorting of the list.
+// clean that empties the marked ones, with marking and sorting of the list; and the count and
+// clean of a preset's "Clean System Junk" record, whose children are copies of the list's rows.
 //
-// Threads: everything but the two worker bodies runs on the main thread; the workers count on
-// their own thread and store results in the records through MainThread::invoke.
+// Threads: everything but the worker bodies and the selection count and clean runs on the main
+// thread; the workers count on their own thread and store results in the records through
+// MainThread::invoke.
 
 #include "core/CategoryEngine.h"
 #include "core/CheckList.h"
@@ -11,6 +13,7 @@
 #include "core/TaskRunner.h"
 #include "core/WorkerProgress.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +40,24 @@ public:
     // Downloads" is among them).
     std::vector<std::string> markOnly(const std::vector<std::string>& items) override;
 
+    // The list operations: markAllSystem, setRowMark, reflectMarkStatusInSystem,
+    // systemPopUpButtonClicked, reflectPopUpButtonTitleInSystem,
+    // enableOrDisableSystemScanAndCleanButton.
+    void markAllRows(bool on) override { markAllSystem(on); }
+    core::CheckState masterCheckState() const override { return reflectMarkStatusInSystem(); }
+    void sortRowsBy(core::SortChoice choice) override { systemPopUpButtonClicked(choice); }
+    core::SortChoice currentSortChoice() const override {
+        return reflectPopUpButtonTitleInSystem();
+    }
+    bool canClean() const override { return enableOrDisableSystemScanAndCleanButton(); }
+
+    // "Clean System Junk": each child is counted (countSystemDetailsToClear, "Count", "Size")
+    // and, when marked, emptied (deleteSystemData).
+    bool drives(const std::string& description) const override;
+    std::optional<core::SelectionTotals> countSelection(const core::DictRef& record,
+                                                        core::WorkerProgress& progress) override;
+    bool cleanSelection(const core::DictRef& record, core::WorkerProgress& progress) override;
+
     // The worker bodies.
     void scanSystem();
     void cleanSystem();
@@ -46,7 +67,7 @@ public:
     void systemCheckBoxButtonClicked(core::CheckState shown);
     void markAllSystem(bool on);
     // A row's own check box; marking "User Downloads" shows the Downloads notice first.
-    void setRowMark(int row, bool on);
+    void setRowMark(int row, bool on) override;
     core::CheckState reflectMarkStatusInSystem() const;
     bool enableOrDisableSystemScanAndCleanButton() const;
 
@@ -65,6 +86,14 @@ private:
     // `ownsBar` whether it sets up the bar and ends the task. False when the task was aborted
     // (and has been wound down).
     bool scan(core::WorkerProgress& progress, bool ownsBar);
+    // The rows' counts under `progress`'s task, stored in the records; `stepBar` moves the bar
+    // one step before each row (the page's scan). nullopt when the task was aborted.
+    std::optional<core::SelectionTotals> countRows(const std::vector<core::RowSnapshot>& rows,
+                                                   core::WorkerProgress& progress, bool stepBar);
+    // Empties the marked rows' categories; false when the task was aborted.
+    bool cleanRows(const std::vector<core::RowSnapshot>& rows, core::WorkerProgress& progress,
+                   bool stepBar);
+    std::vector<core::RowSnapshot> snapshot();
     void reload();
 
     core::Context& ctx_;

@@ -4,8 +4,9 @@
 #include "core/Record.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
-#include "erase/FolderEntries.h"
-#include "erase/TreeMeasure.h"
+#include "fs/Entries.h"
+#include "fs/Folders.h"
+#include "fs/TreeMeasure.h"
 #include "platform/Platform.h"
 #include "platform/PreferenceDomains.h"
 #include "platform/RecentFiles.h"
@@ -13,14 +14,12 @@
 #include "system/FreedesktopTrash.h"
 
 #include <charconv>
-#include <sys/stat.h>
 
 namespace tpc::system {
 
 namespace {
 
 namespace fs = std::filesystem;
-using erase::topLevelEntries;
 using platform::RecentFiles;
 
 // The system's recent applications and servers live in this preference domain.
@@ -75,11 +74,6 @@ std::int32_t int32Answer(const std::string& output) {
     return static_cast<std::int32_t>(value);
 }
 
-bool isLink(const fs::path& path) {
-    struct stat st {};
-    return ::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
-}
-
 } // namespace
 
 SystemJunk::SystemJunk(platform::Platform& platform, erase::Deleter& deleter, core::SystemLog& log,
@@ -119,7 +113,7 @@ SystemCount SystemJunk::measure(const std::vector<fs::path>& paths,
                                 const std::function<bool()>& aborted) const {
     SystemCount total;
     for (const auto& path : paths) {
-        const auto totals = erase::measureTree(path.string(), aborted);
+        const auto totals = tpc::fs::measureTreeNoFollow(path.string(), aborted);
         total.count += totals.count;
         total.size += totals.bytes;
         if (!totals.complete)
@@ -131,7 +125,7 @@ SystemCount SystemJunk::measure(const std::vector<fs::path>& paths,
 SystemCount SystemJunk::measureContents(const fs::path& folder,
                                         const std::function<bool()>& aborted) const {
     // A link in the folder's place is neither walked nor emptied: it counts as nothing.
-    if (isLink(folder))
+    if (tpc::fs::isLink(folder))
         return {};
     return measure({folder}, aborted);
 }
@@ -200,7 +194,7 @@ SystemCount SystemJunk::countSystemDetailsToClear(const core::DictRef& record,
 }
 
 void SystemJunk::deleteContents(const fs::path& folder) {
-    const auto entries = topLevelEntries(folder);
+    const auto entries = tpc::fs::listFolderNoFollow(folder);
     if (!entries.empty())
         deleter_.deleteFiles(entries);
 }
@@ -225,7 +219,7 @@ void SystemJunk::deleteSystemData(const core::DictRef& record) {
             if (linuxLayout()) {
                 paths.push_back(log.string());
             } else {
-                auto inside = topLevelEntries(log);
+                auto inside = tpc::fs::listFolderNoFollow(log);
                 paths.insert(paths.end(), inside.begin(), inside.end());
             }
         }

@@ -1,7 +1,7 @@
 #include "ui/BrowsersPage.h"
 
 #include "browsers/BrowserDriver.h"
-#include "core/AppDelegate.h"
+#include "browsers/BrowsersModule.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
 #include "ui/CookieListsPanel.h"
@@ -36,8 +36,8 @@ QTabBar::tab:hover:!selected { color: #2f6fb5; }
 
 } // namespace
 
-BrowsersPage::BrowsersPage(core::AppDelegate& app, QWidget* parent)
-    : QWidget(parent), app_(app), driver_(app.browserDriver()) {
+BrowsersPage::BrowsersPage(browsers::BrowsersModule& module, core::Context& ctx, QWidget* parent)
+    : QWidget(parent), module_(module), ctx_(ctx), driver_(module.driver()) {
     setStyleSheet(pageStyleSheet() + QString::fromLatin1(kStyleSheet));
 
     scanButton_ = new QPushButton(QStringLiteral("Scan"), this);
@@ -46,7 +46,7 @@ BrowsersPage::BrowsersPage(core::AppDelegate& app, QWidget* parent)
     connect(scanButton_, &QPushButton::clicked, this,
             [this] { driver_.buttonScanClicked(core::Sender::Button); });
 
-    cookies_ = new CookieListsPanel(app_);
+    cookies_ = new CookieListsPanel(module_, ctx_);
     tabs_ = new QTabWidget(this);
     tabs_->setDocumentMode(true);
     tabs_->addTab(buildListsTab(), QStringLiteral("Browsing data"));

@@ -14,11 +14,12 @@ class QPushButton;
 class QTabWidget;
 
 namespace tpc::core {
-class AppDelegate;
+struct Context;
 }
 namespace tpc::browsers {
 class BrowserDriver;
-}
+class BrowsersModule;
+} // namespace tpc::browsers
 
 namespace tpc::ui {
 
@@ -29,7 +30,7 @@ class MainWindow;
 class BrowsersPage : public QWidget {
     Q_OBJECT
 public:
-    explicit BrowsersPage(core::AppDelegate& app, QWidget* parent = nullptr);
+    BrowsersPage(browsers::BrowsersModule& module, core::Context& ctx, QWidget* parent = nullptr);
 
     // Puts the page into the window's page "3"; opening that page points the shared Clean button
     // at the browser clean and starts a scan at once.
@@ -61,7 +62,8 @@ private:
     void selectFirstBrowserIfNone();
     QPushButton* cleanButton() const;
 
-    core::AppDelegate& app_;
+    browsers::BrowsersModule& module_;
+    core::Context& ctx_;
     browsers::BrowserDriver& driver_;
     QPointer<MainWindow> window_;
     CheckListPanel* mainList_ = nullptr;

@@ -1,7 +1,9 @@
 #include "ui/CookieListsPanel.h"
 
 #include "browsers/BrowserCleaners.h"
-#include "core/AppDelegate.h"
+#include "browsers/BrowserLocations.h"
+#include "browsers/BrowsersModule.h"
+#include "core/Context.h"
 #include "platform/Platform.h"
 
 #include <QComboBox>
@@ -68,8 +70,9 @@ QLabel* makeTitle(const QString& text, QWidget* parent) {
 
 } // namespace
 
-CookieListsPanel::CookieListsPanel(core::AppDelegate& app, QWidget* parent)
-    : QWidget(parent), app_(app) {
+CookieListsPanel::CookieListsPanel(browsers::BrowsersModule& module, core::Context& ctx,
+                                   QWidget* parent)
+    : QWidget(parent), module_(module), ctx_(ctx) {
     setStyleSheet(QString::fromLatin1(kStyleSheet));
 
     chooser_ = new QComboBox(this);
@@ -125,15 +128,15 @@ CookieListsPanel::CookieListsPanel(core::AppDelegate& app, QWidget* parent)
     connect(deleteButton_, &QPushButton::clicked, this, [this] { sendCookieToDelete(); });
     connect(deleteSearch_, &QLineEdit::textChanged, this, [this](const QString& text) {
         if (auto b = currentBrowser()) {
-            app_.cookies().searchCookiesToDelete(*b, text.toStdString());
-            deleteModel_->setStringList(toStringList(app_.cookies().disAllowedActive(*b)));
+            module_.cookies().searchCookiesToDelete(*b, text.toStdString());
+            deleteModel_->setStringList(toStringList(module_.cookies().disAllowedActive(*b)));
             enableMoveButtons();
         }
     });
     connect(keepSearch_, &QLineEdit::textChanged, this, [this](const QString& text) {
         if (auto b = currentBrowser()) {
-            app_.cookies().searchCookiesToKeep(*b, text.toStdString());
-            keepModel_->setStringList(toStringList(app_.cookies().allowedActive(*b)));
+            module_.cookies().searchCookiesToKeep(*b, text.toStdString());
+            keepModel_->setStringList(toStringList(module_.cookies().allowedActive(*b)));
             enableMoveButtons();
         }
     });
@@ -150,9 +153,9 @@ void CookieListsPanel::reloadBrowsers() {
         const QSignalBlocker quiet(chooser_);
         chooser_->clear();
         std::vector<browsers::CookieBrowser> listed;
-        for (const auto& entry : app_.browsers().entries()) {
+        for (const auto& entry : module_.cleaners().entries()) {
             // Browsers sharing one pair of lists (the Chrome family) are offered once.
-            if (!app_.context().platform.browserInstalled(entry.browser) ||
+            if (!browsers::BrowserLocations(ctx_.platform).browserInstalled(entry.browser) ||
                 std::find(listed.begin(), listed.end(), entry.cookieBrowser) != listed.end())
                 continue;
             listed.push_back(entry.cookieBrowser);
@@ -178,9 +181,9 @@ void CookieListsPanel::showBrowser() {
     {
         const QSignalBlocker quietDelete(deleteSearch_);
         const QSignalBlocker quietKeep(keepSearch_);
-        deleteSearch_->setText(b ? QString::fromStdString(app_.cookies().deleteSearchText(*b))
+        deleteSearch_->setText(b ? QString::fromStdString(module_.cookies().deleteSearchText(*b))
                                  : QString());
-        keepSearch_->setText(b ? QString::fromStdString(app_.cookies().keepSearchText(*b))
+        keepSearch_->setText(b ? QString::fromStdString(module_.cookies().keepSearchText(*b))
                                : QString());
     }
     for (QWidget* control : std::initializer_list<QWidget*>{chooser_, refreshButton_, deleteSearch_,
@@ -191,9 +194,10 @@ void CookieListsPanel::showBrowser() {
 
 void CookieListsPanel::reload() {
     const auto b = currentBrowser();
-    deleteModel_->setStringList(b ? toStringList(app_.cookies().disAllowedActive(*b))
+    deleteModel_->setStringList(b ? toStringList(module_.cookies().disAllowedActive(*b))
                                   : QStringList());
-    keepModel_->setStringList(b ? toStringList(app_.cookies().allowedActive(*b)) : QStringList());
+    keepModel_->setStringList(b ? toStringList(module_.cookies().allowedActive(*b))
+                                : QStringList());
     enableMoveButtons();
 }
 
@@ -213,7 +217,7 @@ void CookieListsPanel::sendCookieToKeep() {
         return;
     keepButton_->setEnabled(false);
     deleteTable_->clearSelection();
-    app_.cookies().sendCookieToKeep(*b, rows);
+    module_.cookies().sendCookieToKeep(*b, rows);
     reload();
 }
 
@@ -224,14 +228,14 @@ void CookieListsPanel::sendCookieToDelete() {
         return;
     deleteButton_->setEnabled(false);
     keepTable_->clearSelection();
-    app_.cookies().sendCookieToDelete(*b, rows);
+    module_.cookies().sendCookieToDelete(*b, rows);
     reload();
 }
 
 void CookieListsPanel::refreshCookiesList() {
     if (!currentBrowser())
         return;
-    const auto* entry = app_.browsers().find(chooser_->currentText().toStdString());
+    const auto* entry = module_.cleaners().find(chooser_->currentText().toStdString());
     if (!entry || !entry->refreshCookies)
         return;
     deleteTable_->clearSelection();

@@ -18,7 +18,10 @@ class QPushButton;
 class QStringListModel;
 
 namespace tpc::core {
-class AppDelegate;
+struct Context;
+}
+namespace tpc::browsers {
+class BrowsersModule;
 }
 
 namespace tpc::ui {
@@ -26,7 +29,8 @@ namespace tpc::ui {
 class CookieListsPanel : public QWidget {
     Q_OBJECT
 public:
-    explicit CookieListsPanel(core::AppDelegate& app, QWidget* parent = nullptr);
+    CookieListsPanel(browsers::BrowsersModule& module, core::Context& ctx,
+                     QWidget* parent = nullptr);
 
     // Fills the chooser with the installed browsers that keep cookie lists, keeping the one
     // chosen when it is still installed, and shows its lists.
@@ -55,7 +59,8 @@ private:
     void showBrowser();
     void enableMoveButtons();
 
-    core::AppDelegate& app_;
+    browsers::BrowsersModule& module_;
+    core::Context& ctx_;
     QComboBox* chooser_ = nullptr;
     QPushButton* refreshButton_ = nullptr;
     QLineEdit* deleteSearch_ = nullptr;

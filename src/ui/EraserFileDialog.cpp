@@ -1,7 +1,7 @@
 #include "ui/EraserFileDialog.h"
 
 #include "core/Utf8.h"
-#include "erase/FileWalk.h"
+#include "fs/Folders.h"
 
 #include <QAbstractItemView>
 #include <QDialogButtonBox>
@@ -29,11 +29,11 @@ QAbstractItemView* entryView(const QFileDialog& dialog) {
 
 // True when `name` is the only entry of folder `folder` (bytes) whose name reads as `shown`.
 bool onlyEntryShownAs(const std::string& folder, const std::string& name, const QString& shown) {
-    erase::UniqueFd fd(
+    tpc::fs::UniqueFd fd(
         ::open(folder.empty() ? "/" : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     std::vector<std::string> names;
     int error = 0;
-    if (!fd || !erase::listFolder(fd.get(), names, error))
+    if (!fd || !tpc::fs::listOpenFolder(fd.get(), names, error))
         return false;
     for (const auto& entry : names)
         if (entry != name && QFile::decodeName(QByteArray::fromStdString(entry)) == shown)

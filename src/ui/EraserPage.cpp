@@ -1,10 +1,11 @@
 #include "ui/EraserPage.h"
 
-#include "core/AppDelegate.h"
+#include "core/Context.h"
 #include "core/Frontend.h"
 #include "core/Record.h"
 #include "eraser/EraserDriver.h"
 #include "eraser/EraserList.h"
+#include "eraser/EraserModule.h"
 #include "platform/Platform.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
@@ -51,12 +52,12 @@ QToolButton[listAction="true"]::menu-button { border: none; width: 16px; }
 
 } // namespace
 
-EraserPage::EraserPage(core::AppDelegate& app, QWidget* parent)
-    : QWidget(parent), app_(app), eraserList_(app.eraserList()), driver_(app.eraserDriver()) {
+EraserPage::EraserPage(eraser::EraserModule& module, core::Context& ctx, QWidget* parent)
+    : QWidget(parent), ctx_(ctx), eraserList_(module.list()), driver_(module.driver()) {
     setStyleSheet(pageStyleSheet() + QString::fromLatin1(kOwnStyle));
     chooseFiles = [this](bool embedded) {
         const QString home =
-            QFile::decodeName(QByteArray::fromStdString(app_.context().platform.home().string()));
+            QFile::decodeName(QByteArray::fromStdString(ctx_.platform.home().string()));
         return EraserFileDialog::choose(this, home, embedded);
     };
 
@@ -260,7 +261,7 @@ void EraserPage::addChosenPaths(bool embedded) {
         alert.title = "Path(s) not added !";
         alert.message = refused;
         alert.defaultButton = "OK";
-        app_.context().frontend.showAlert(alert);
+        ctx_.frontend.showAlert(alert);
     }
     // The driver alerts about paths it refused or replaced and starts measuring the new rows.
     if (!paths.empty())

@@ -21,11 +21,12 @@ class QPushButton;
 class QToolButton;
 
 namespace tpc::core {
-class AppDelegate;
+struct Context;
 }
 namespace tpc::eraser {
 class EraserDriver;
 class EraserList;
+class EraserModule;
 } // namespace tpc::eraser
 
 namespace tpc::ui {
@@ -37,7 +38,7 @@ class MainWindow;
 class EraserPage : public QWidget {
     Q_OBJECT
 public:
-    explicit EraserPage(core::AppDelegate& app, QWidget* parent = nullptr);
+    EraserPage(eraser::EraserModule& module, core::Context& ctx, QWidget* parent = nullptr);
 
     // Puts the page into the window's page "8"; opening that page points the shared Clean button
     // at the eraser clean. Unlike the other cleaning pages it does not scan on opening: the sizes
@@ -94,7 +95,7 @@ private:
     int selectedFolderRow() const;
     QPushButton* cleanButton() const;
 
-    core::AppDelegate& app_;
+    core::Context& ctx_;
     eraser::EraserList& eraserList_;
     eraser::EraserDriver& driver_;
     QPointer<MainWindow> window_;

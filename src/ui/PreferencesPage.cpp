@@ -1,6 +1,6 @@
 #include "ui/PreferencesPage.h"
 
-#include "core/AppDelegate.h"
+#include "controller/AppDelegate.h"
 #include "core/GeneralPrefs.h"
 #include "core/Keys.h"
 
@@ -27,7 +27,7 @@ QCheckBox* addCheckBox(QVBoxLayout* layout, const char* title) {
 
 } // namespace
 
-PreferencesPage::PreferencesPage(core::AppDelegate& app, QWidget* parent)
+PreferencesPage::PreferencesPage(controller::AppDelegate& app, QWidget* parent)
     : QWidget(parent), app_(app) {
     // Removing files: plain deletion, or secure erasure with the method chosen in the pop-up.
     auto* deletion = new QGroupBox(QStringLiteral("Removing files"));

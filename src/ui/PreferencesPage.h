@@ -12,7 +12,7 @@ class QCheckBox;
 class QComboBox;
 class QRadioButton;
 
-namespace tpc::core {
+namespace tpc::controller {
 class AppDelegate;
 }
 
@@ -21,7 +21,7 @@ namespace tpc::ui {
 class PreferencesPage : public QWidget {
     Q_OBJECT
 public:
-    explicit PreferencesPage(core::AppDelegate& app, QWidget* parent = nullptr);
+    explicit PreferencesPage(controller::AppDelegate& app, QWidget* parent = nullptr);
 
     // Sets every control from the settings and the login items.
     void reload();
@@ -45,7 +45,7 @@ public:
     std::function<void(bool on)> onScheduleToggled;
 
 private:
-    core::AppDelegate& app_;
+    controller::AppDelegate& app_;
     QButtonGroup* deletionChoice_ = nullptr;
     QRadioButton* deleteButton_ = nullptr;
     QRadioButton* eraseButton_ = nullptr;

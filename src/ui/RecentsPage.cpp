@@ -1,8 +1,9 @@
 #include "ui/RecentsPage.h"
 
 #include "apps/AppCatalogue.h"
+#include "apps/AppsModule.h"
 #include "apps/RecentsDriver.h"
-#include "core/AppDelegate.h"
+#include "core/Context.h"
 #include "core/Frontend.h"
 #include "core/Record.h"
 #include "platform/Platform.h"
@@ -41,9 +42,9 @@ QPushButton* listActionButton(const QString& title, const QString& tip, QWidget*
 
 } // namespace
 
-RecentsPage::RecentsPage(core::AppDelegate& app, QWidget* parent)
-    : QWidget(parent), catalogue_(app.appCatalogue()), driver_(app.recentsDriver()),
-      platform_(app.context().platform), frontend_(app.context().frontend) {
+RecentsPage::RecentsPage(apps::AppsModule& module, core::Context& ctx, QWidget* parent)
+    : QWidget(parent), catalogue_(module.catalogue()), driver_(module.driver()),
+      platform_(ctx.platform), frontend_(ctx.frontend) {
     setStyleSheet(pageStyleSheet());
     chooseFiles = [this](const FileRequest& request) {
         return runOpenPanel(request);

@@ -16,11 +16,12 @@
 class QPushButton;
 
 namespace tpc::core {
-class AppDelegate;
+struct Context;
 class Frontend;
 } // namespace tpc::core
 namespace tpc::apps {
 class AppCatalogue;
+class AppsModule;
 class RecentsDriver;
 } // namespace tpc::apps
 namespace tpc::platform {
@@ -49,7 +50,7 @@ struct FileRequest {
 class RecentsPage : public QWidget {
     Q_OBJECT
 public:
-    explicit RecentsPage(core::AppDelegate& app, QWidget* parent = nullptr);
+    RecentsPage(apps::AppsModule& module, core::Context& ctx, QWidget* parent = nullptr);
 
     // Puts the page into the window's page "4"; opening that page points the shared Clean button
     // at the recents clean and starts a scan at once.

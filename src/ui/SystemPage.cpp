@@ -1,8 +1,8 @@
 #include "ui/SystemPage.h"
 
-#include "core/AppDelegate.h"
 #include "core/Record.h"
 #include "system/SystemDriver.h"
+#include "system/SystemModule.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
 #include "ui/MainWindow.h"
@@ -24,8 +24,8 @@ const char* const kPageId = "5";
 
 } // namespace
 
-SystemPage::SystemPage(core::AppDelegate& app, QWidget* parent)
-    : QWidget(parent), driver_(app.systemDriver()) {
+SystemPage::SystemPage(system::SystemModule& module, QWidget* parent)
+    : QWidget(parent), driver_(module.driver()) {
     setStyleSheet(pageStyleSheet());
 
     auto* intro = new QLabel(

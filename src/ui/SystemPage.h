@@ -11,12 +11,10 @@
 
 class QPushButton;
 
-namespace tpc::core {
-class AppDelegate;
-}
 namespace tpc::system {
 class SystemDriver;
-}
+class SystemModule;
+} // namespace tpc::system
 
 namespace tpc::ui {
 
@@ -27,7 +25,7 @@ class RecordNameDelegate;
 class SystemPage : public QWidget {
     Q_OBJECT
 public:
-    explicit SystemPage(core::AppDelegate& app, QWidget* parent = nullptr);
+    explicit SystemPage(system::SystemModule& module, QWidget* parent = nullptr);
 
     // Puts the page into the window's page "5"; opening that page points the shared Clean button
     // at the system clean and starts a scan at once.

@@ -1,11 +1,15 @@
 #include "ui/UiApp.h"
 
+#include "apps/AppsModule.h"
 #include "browsers/BrowserDriver.h"
-#include "core/AppDelegate.h"
+#include "browsers/BrowsersModule.h"
+#include "controller/AppDelegate.h"
 #include "core/Clock.h"
 #include "core/SystemLog.h"
 #include "core/ThreadGroup.h"
+#include "eraser/EraserModule.h"
 #include "platform/Platform.h"
+#include "system/SystemModule.h"
 #include "ui/BrowsersPage.h"
 #include "ui/EraserPage.h"
 #include "ui/MainWindow.h"
@@ -102,7 +106,7 @@ public:
     explicit Application(platform::PlatformOptions popts)
         : platform_(std::move(popts)), window_(HoverEnvironment{clock_, mainThread_, uiThreads_}),
           sheet_(&window_), frontend_(window_, sheet_, statusItem_),
-          app_(core::AppServices{frontend_, mainThread_, platform_, clock_, log_}) {}
+          app_(controller::AppServices{frontend_, mainThread_, platform_, clock_, log_}) {}
 
     ~Application() {
         // Workers and hover delays first, while everything they reach is still here.
@@ -135,10 +139,16 @@ public:
         window_.setPageContent("14", prefs_);
         // The category pages: opening one points the Clean button at its clean (the Browsers,
         // Recents and System pages also scan at once).
-        wirePage(new BrowsersPage(app_), app_.browserDriver(), "buttonBrowsersScan");
-        wirePage(new RecentsPage(app_), app_.recentsDriver(), "buttonRecentsScan");
-        wirePage(new SystemPage(app_), app_.systemDriver(), "buttonSystemScan");
-        wirePage(new EraserPage(app_), app_.eraserDriver(), "buttonFoldersScan");
+        // A page whose subsystem this program was built without stays blank.
+        auto& ctx = app_.context();
+        if (auto* m = app_.module<browsers::BrowsersModule>())
+            wirePage(new BrowsersPage(*m, ctx), m->driver(), "buttonBrowsersScan");
+        if (auto* m = app_.module<apps::AppsModule>())
+            wirePage(new RecentsPage(*m, ctx), m->driver(), "buttonRecentsScan");
+        if (auto* m = app_.module<system::SystemModule>())
+            wirePage(new SystemPage(*m), m->driver(), "buttonSystemScan");
+        if (auto* m = app_.module<eraser::EraserModule>())
+            wirePage(new EraserPage(*m, ctx), m->driver(), "buttonFoldersScan");
         frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
             if (action == "loginItemCheckBox" && prefs_)
                 prefs_->setLoginItemChecked(detail.toBool());
@@ -147,7 +157,7 @@ public:
     }
 
     void quit() {
-        core::ShutdownHooks hooks;
+        controller::ShutdownHooks hooks;
         hooks.removeStatusItem = [this] {
             statusItem_.remove();
         };
@@ -198,7 +208,7 @@ private:
     ProgressSheet sheet_;
     StatusItem statusItem_;
     QtFrontend frontend_;
-    core::AppDelegate app_;
+    controller::AppDelegate app_;
     QPointer<PreferencesPage> prefs_;
 };
 

@@ -50,7 +50,7 @@ inline std::vector<std::string> names(const core::ArrayRef& list) {
     return out;
 }
 
-class AppsHarness : public EngineHarness<core::RecordingFrontend> {
+class AppsHarness : public EngineHarness<test::RecordingFrontend> {
 public:
     AppsHarness() : EngineHarness(core::Category::Recents) {}
 
@@ -69,9 +69,11 @@ public:
         return path;
     }
 
-    tpc::apps::AppCatalogue& catalogue() { return app->appCatalogue(); }
-    tpc::apps::AppTraces& traces() { return app->appTraces(); }
-    tpc::apps::RecentsDriver& driver() { return app->recentsDriver(); }
+    tpc::apps::AppCatalogue& catalogue() {
+        return app->module<tpc::apps::AppsModule>()->catalogue();
+    }
+    tpc::apps::AppTraces& traces() { return app->module<tpc::apps::AppsModule>()->traces(); }
+    tpc::apps::RecentsDriver& driver() { return app->module<tpc::apps::AppsModule>()->driver(); }
     core::ArrayRef list() { return catalogue().arrayRecents(); }
     DictRef row(const std::string& name) {
         const int i = catalogue().findRow(name);

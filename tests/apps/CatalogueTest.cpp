@@ -8,7 +8,7 @@ namespace tpc::test::apps {
 namespace {
 
 using AddResult = tpc::apps::AppCatalogue::AddResult;
-using core::FrontendEvent;
+using test::FrontendEvent;
 
 TEST(AppCatalogue, FirstRunListsBundlesButNotTheBrowsersAndLogsThoseWithoutIdentifier) {
     AppsHarness h;

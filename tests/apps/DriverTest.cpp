@@ -7,7 +7,7 @@
 namespace tpc::test::apps {
 namespace {
 
-using core::FrontendEvent;
+using test::FrontendEvent;
 
 class Driver : public ::testing::Test {
 protected:

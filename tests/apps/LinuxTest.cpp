@@ -51,7 +51,7 @@ TEST_F(Linux, FirstRunListsDesktopEntriesButNotTheBrowsers) {
     auto& c = h.catalogue();
     EXPECT_EQ(c.addApplication(entry("firefox-esr", "Firefox ESR", "firefox-esr").string()),
               AddResult::BrowserAlreadyAvailable);
-    EXPECT_EQ(h.frontend.eventsOf(core::FrontendEvent::Type::Alert).back().alert.title,
+    EXPECT_EQ(h.frontend.eventsOf(test::FrontendEvent::Type::Alert).back().alert.title,
               "! Firefox Already Available");
     EXPECT_EQ(c.addApplication(core::path(gedit)), AddResult::AlreadyAdded);
     EXPECT_FALSE(c.optionAvailable(ak::DisableRecents));

@@ -8,6 +8,7 @@
 #include "erase/AccessChecker.h"
 #include "erase/Deleter.h"
 #include "erase/HelperGateway.h"
+#include "support/FakeClock.h"
 #include "support/TempDir.h"
 
 #include <atomic>
@@ -87,7 +88,7 @@ private:
 struct EraseHarness {
     std::atomic<bool> abort{false};
     std::int64_t option = 0;
-    core::FakeClock clock;
+    tpc::test::FakeClock clock;
     core::SystemLog log{false};
     RecordingWriter writer;
     FakeHelper helper;

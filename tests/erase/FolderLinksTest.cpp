@@ -1,9 +1,9 @@
-// Reaching a listed item's folder without following links (the privileged helper's rule), and
-// the deletion engine refusing items whose folder path has a link in that mode.
+// The deletion engine refusing items whose folder path has a link in the privileged helper's mode
+// (opening such folders is tested with the file-system layer).
 #include "core/Clock.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
-#include "erase/FileWalk.h"
+#include "support/FakeClock.h"
 #include "support/TempDir.h"
 
 #include <algorithm>
@@ -20,77 +20,11 @@ using tpc::test::readFile;
 using tpc::test::TempDir;
 using tpc::test::writeFile;
 
-bool sameFolder(const UniqueFd& fd, const fs::path& folder) {
-    struct stat a {
-    }, b{};
-    return fd && fstat(fd.get(), &a) == 0 && stat(folder.c_str(), &b) == 0 &&
-           a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-// Both ways of resolving: the kernel's (with the walk to name a fault) and the walk alone, as on
-// kernels without openat2.
-using Opener = UniqueFd (*)(const std::string&, FolderOpenFailure&);
-
-class OpenFolderWithoutLinks : public ::testing::TestWithParam<Opener> {
-protected:
-    UniqueFd open(const fs::path& folder, FolderOpenFailure& failure) {
-        return GetParam()(folder.string(), failure);
-    }
-};
-
-INSTANTIATE_TEST_SUITE_P(KernelOrWalk, OpenFolderWithoutLinks,
-                         ::testing::Values(&openFolderWithoutLinks, &walkFolderWithoutLinks));
-
-TEST_P(OpenFolderWithoutLinks, OpensRealFoldersAllTheWayDown) {
-    TempDir t;
-    fs::create_directories(t / "a/b c/.hidden/d");
-    FolderOpenFailure failure;
-    for (const char* rel : {"a", "a/b c", "a/b c/.hidden", "a/b c/.hidden/d"}) {
-        const UniqueFd fd = open(t / rel, failure);
-        EXPECT_TRUE(sameFolder(fd, t / rel)) << rel << ": " << failure.reason;
-    }
-    EXPECT_TRUE(sameFolder(open(t.path().string() + "//a/", failure), t / "a"));
-    EXPECT_TRUE(sameFolder(open("/", failure), "/"));
-}
-
-TEST_P(OpenFolderWithoutLinks, RefusesALinkAnywhereOnThePath) {
-    TempDir t;
-    fs::create_directories(t / "real/inner/deep");
-    fs::create_directory_symlink(t / "real", t / "top-link");
-    fs::create_directory_symlink(t / "real/inner", t / "real/mid-link");
-    fs::create_directory_symlink(t / "real/inner", t / "real/inner/deep/last-link");
-    for (const char* rel :
-         {"top-link", "top-link/inner", "real/mid-link/deep", "real/inner/deep/last-link"}) {
-        FolderOpenFailure failure;
-        EXPECT_FALSE(open(t / rel, failure)) << rel;
-        EXPECT_EQ(failure.error, ELOOP) << rel;
-        EXPECT_NE(failure.reason.find("is a symbolic link"), std::string::npos) << failure.reason;
-    }
-}
-
-TEST_P(OpenFolderWithoutLinks, RefusesWhatIsNoFolder) {
-    TempDir t;
-    writeFile(t / "file", "x");
-    fs::create_directories(t / "dir");
-    FolderOpenFailure failure;
-    EXPECT_FALSE(open(t / "file", failure));
-    EXPECT_EQ(failure.error, ENOTDIR);
-    EXPECT_FALSE(open(t / "missing/dir", failure));
-    EXPECT_EQ(failure.error, ENOENT);
-    // ".." would let the path climb out of the folder it names.
-    EXPECT_FALSE(open(t / "dir/..", failure));
-    EXPECT_EQ(failure.error, EINVAL);
-    EXPECT_FALSE(open(t / "dir/./..", failure));
-    EXPECT_FALSE(open("relative", failure));
-    EXPECT_EQ(failure.error, EINVAL);
-    EXPECT_FALSE(open("", failure));
-}
-
 struct LinkedFolder {
     TempDir t;
     std::atomic<bool> abort{false};
     std::int64_t option = -1;
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log{false};
     // "victim" stands for a folder the requesting user may not change; "via" leads to it.
     LinkedFolder() {

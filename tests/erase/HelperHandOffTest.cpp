@@ -1,6 +1,7 @@
 // Items this user may not change go to the helper, one request at a time, and deleteFiles
 // returns only once the last request has finished.
 #include "erase/EraseHarness.h"
+#include "support/FakeClock.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -75,7 +76,7 @@ TEST_F(HelperHandOff, RequestsNeverOverlapAndDeleteFilesWaitsForTheLast) {
 }
 
 TEST_F(HelperHandOff, DeleteFilesDoesNotReturnWhileTheHelperStillRuns) {
-    core::FakeClock manual(core::FakeClock::Mode::Manual);
+    tpc::test::FakeClock manual(tpc::test::FakeClock::Mode::Manual);
     FakeHelper helper;
     helper.busyPolls = 1 << 30; // until the test says otherwise
     Deleter waiting(DeleterEnv{.abortCleaning = h.abort,

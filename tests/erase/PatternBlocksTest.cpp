@@ -19,7 +19,8 @@ TEST(PatternBlocks, ConstantBlocksHoldTheirByteEverywhere) {
                                                                    {b.buffAA(), 0xAA},
                                                                    {b.buffFF(), 0xFF}};
     for (const auto& [block, byte] : blocks)
-        EXPECT_TRUE(std::all_of(block, block + kBlockSize, [&](auto v) { return v == byte; }))
+        EXPECT_TRUE(
+            std::all_of(block, block + kBlockSize, [&, byte = byte](auto v) { return v == byte; }))
             << "block of 0x" << std::hex << int(byte);
 }
 

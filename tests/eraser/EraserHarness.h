@@ -17,7 +17,7 @@
 namespace tpc::test::eraser {
 
 namespace fs = std::filesystem;
-using Type = core::FrontendEvent::Type;
+using Type = test::FrontendEvent::Type;
 
 class EraserHarness : public EngineHarness<> {
 public:
@@ -30,10 +30,12 @@ public:
     fs::path files() const { return dir.path() / "files"; }
     std::string at(const std::string& rel) const { return (files() / rel).string(); }
 
-    core::AppDelegate& start() { return EngineHarness::start(platform::Layout::Linux); }
+    controller::AppDelegate& start() { return EngineHarness::start(platform::Layout::Linux); }
 
-    tpc::eraser::EraserDriver& driver() { return app->eraserDriver(); }
-    tpc::eraser::EraserList& list() { return app->eraserList(); }
+    tpc::eraser::EraserDriver& driver() {
+        return app->module<tpc::eraser::EraserModule>()->driver();
+    }
+    tpc::eraser::EraserList& list() { return app->module<tpc::eraser::EraserModule>()->list(); }
     core::ArrayRef rows() { return list().arrayFolders(); }
 
     // The open panel's confirmation, then every thread it started run to its end.

@@ -8,6 +8,7 @@
 #include "helper/OperationTable.h"
 #include "helper/Removal.h"
 #include "helper/RequestHandler.h"
+#include "support/FakeClock.h"
 #include "support/TempDir.h"
 
 #include <atomic>
@@ -51,7 +52,7 @@ TEST(FolderSwapRace, NothingIsRemovedThroughALinkSwappedIn) {
     const auto before = hashes(tmp / "victim");
     ASSERT_EQ(before.size(), static_cast<std::size_t>(kFiles));
 
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log(false);
     helper::OperationTable operations(clock);
     helper::RequestHandler handler(helper::RequestHandlerEnv{

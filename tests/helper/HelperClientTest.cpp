@@ -3,6 +3,7 @@
 #include "HelperFakes.h"
 #include "core/Clock.h"
 #include "core/SystemLog.h"
+#include "support/FakeClock.h"
 
 #include <algorithm>
 #include <atomic>
@@ -31,7 +32,7 @@ protected:
         return std::nullopt;
     };
 
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log{false};
     std::atomic<bool> abortCleaning{false};
     std::int64_t option = -1;

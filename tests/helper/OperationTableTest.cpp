@@ -1,4 +1,5 @@
 #include "helper/OperationTable.h"
+#include "support/FakeClock.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
@@ -24,7 +25,7 @@ OperationTable::Work untilAborted(core::Clock& clock, std::atomic<bool>* sawAbor
 }
 
 TEST(OperationTable, RunsUntilDoneAndThenReportsNotRunning) {
-    core::FakeClock clock;
+    test::FakeClock clock;
     std::atomic<bool> release{false};
     OperationTable table(clock);
     ASSERT_EQ(table.start("A",
@@ -41,7 +42,7 @@ TEST(OperationTable, RunsUntilDoneAndThenReportsNotRunning) {
 }
 
 TEST(OperationTable, AbortSetsTheFlagAndWaitsForTheEnd) {
-    core::FakeClock clock;
+    test::FakeClock clock;
     std::atomic<bool> sawAbort{false};
     OperationTable table(clock);
     ASSERT_EQ(table.start("A", untilAborted(clock, &sawAbort)), Start::Started);
@@ -54,7 +55,7 @@ TEST(OperationTable, AbortSetsTheFlagAndWaitsForTheEnd) {
 }
 
 TEST(OperationTable, AbortGivesUpAfterItsLimit) {
-    core::FakeClock clock;
+    test::FakeClock clock;
     std::atomic<bool> release{false};
     OperationTable table(clock);
     table.start("A", [&](const std::atomic<bool>&) {
@@ -68,7 +69,7 @@ TEST(OperationTable, AbortGivesUpAfterItsLimit) {
 }
 
 TEST(OperationTable, UuidsAreUsedOnce) {
-    core::FakeClock clock;
+    test::FakeClock clock;
     OperationTable table(clock);
     EXPECT_EQ(table.start("A", [](const std::atomic<bool>&) {}), Start::Started);
     table.waitIdle();
@@ -76,7 +77,7 @@ TEST(OperationTable, UuidsAreUsedOnce) {
 }
 
 TEST(OperationTable, RefusesMoreThanTheRunningLimit) {
-    core::FakeClock clock;
+    test::FakeClock clock;
     OperationTable table(clock, 2);
     EXPECT_EQ(table.start("A", untilAborted(clock)), Start::Started);
     EXPECT_EQ(table.start("B", untilAborted(clock)), Start::Started);
@@ -87,7 +88,7 @@ TEST(OperationTable, RefusesMoreThanTheRunningLimit) {
 }
 
 TEST(OperationTable, ForgetsTheOldestFinishedOperations) {
-    core::FakeClock clock;
+    test::FakeClock clock;
     OperationTable table(clock, 8, 2);
     for (const char* uuid : {"A", "B", "C"}) {
         ASSERT_EQ(table.start(uuid, [](const std::atomic<bool>&) {}), Start::Started);
@@ -100,7 +101,7 @@ TEST(OperationTable, ForgetsTheOldestFinishedOperations) {
 }
 
 TEST(OperationTable, EndingTheTableAbortsWhatRuns) {
-    core::FakeClock clock;
+    test::FakeClock clock;
     std::atomic<bool> sawAbort{false};
     {
         OperationTable table(clock);

@@ -1,4 +1,5 @@
 #include "helper/PeerAuth.h"
+#include "support/FakeClock.h"
 
 #include <atomic>
 #include <grp.h>
@@ -80,7 +81,7 @@ TEST(PeerAuth, WithNothingConfiguredPolkitDecides) {
 }
 
 TEST(PeerAuth, WithoutPkcheckNobodyButRootIsAllowed) {
-    core::FakeClock clock;
+    test::FakeClock clock;
     std::atomic<bool> cancel{false};
     PeerAuthoriser auth(AuthPolicy{}, helper::pkcheckPolkit("/nonexistent/pkcheck", clock,
                                                             core::Clock::seconds(1), cancel));

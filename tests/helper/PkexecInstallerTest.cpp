@@ -1,4 +1,5 @@
 #include "erase/PkexecInstaller.h"
+#include "support/FakeClock.h"
 
 #include "erase/RunProgram.h"
 #include "support/TempDir.h"
@@ -98,7 +99,7 @@ TEST(RunProgram, ReturnsTheExitStatus) {
 TEST(RunProgram, KillsAProgramPastItsTimeLimitOrOnCancel) {
     TempDir tmp;
     auto program = script(tmp, "forever", "exec sleep 30");
-    core::FakeClock clock;
+    test::FakeClock clock;
     std::atomic<bool> cancel{false};
     erase::RunOptions options;
     options.clock = &clock;

@@ -1,4 +1,5 @@
 #include "helper/RequestHandler.h"
+#include "support/FakeClock.h"
 
 #include "core/SystemLog.h"
 #include "helper/Removal.h"
@@ -22,7 +23,7 @@ struct Removal {
 
 class RequestHandlerTest : public ::testing::Test {
 protected:
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log{false};
     std::mutex mutex;
     std::vector<Removal> removals;
@@ -189,7 +190,7 @@ TEST_F(RequestHandlerTest, TooManyOperationsAreTurnedAway) {
 
 TEST(HelperRemoval, DeletesAndErasesWithTheDeletionEngine) {
     TempDir tmp;
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log(false);
     auto remove = helper::deleterRemoval(clock, log);
     std::atomic<bool> abort{false};
@@ -212,7 +213,7 @@ TEST(HelperRemoval, DeletesAndErasesWithTheDeletionEngine) {
 
 TEST(HelperRemoval, AbortedEraseLeavesTheFile) {
     TempDir tmp;
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log(false);
     auto remove = helper::deleterRemoval(clock, log);
     std::atomic<bool> abort{true};

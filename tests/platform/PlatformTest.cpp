@@ -89,24 +89,7 @@ TEST(PlatformRolesTest, MacosLayoutFolders) {
     EXPECT_EQ(p.caches(), home / "Library/Caches");
     EXPECT_EQ(p.preferences(), home / "Library/Preferences");
     EXPECT_EQ(p.trash(), home / ".Trash");
-    EXPECT_EQ(p.chromeProfile(Browser::GoogleChrome),
-              home / "Library/Application Support/Google/Chrome/Default");
-    EXPECT_EQ(p.chromeCache(Browser::GoogleChrome), home / "Library/Caches/Google/Chrome");
-    EXPECT_EQ(p.chromeProfile(Browser::Chromium),
-              home / "Library/Application Support/Chromium/Default");
-    EXPECT_EQ(p.chromeCache(Browser::Chromium), home / "Library/Caches/Chromium");
-    EXPECT_EQ(p.operaData(), home / "Library/Application Support/com.operasoftware.Opera");
-    EXPECT_EQ(p.operaWebCache(), home / "Library/Caches/com.operasoftware.Opera/Cache");
-    EXPECT_EQ(p.safariFolder(), home / "Library/Safari");
-    EXPECT_EQ(p.safariCaches(), home / "Library/Caches/com.apple.Safari");
-    EXPECT_EQ(
-        p.safariCookieFiles(),
-        (std::vector<fs::path>{home / "Library/Cookies/Cookies.binarycookies",
-                               home / "Library/Containers/com.apple.Safari/Data/Library/Cookies/"
-                                      "Cookies.binarycookies"}));
-    EXPECT_EQ(p.firefoxWebCacheName(), "Cache");
     EXPECT_EQ(p.applicationPath(), dir / "root/Applications/Tavrin Privacy Cleaner.app");
-    EXPECT_THROW(p.chromeProfile(Browser::Opera), std::invalid_argument);
 
     // Downloads and Pictures are fixed, whatever user-dirs.dirs says.
     writeFile(home / ".config/user-dirs.dirs", "XDG_DOWNLOAD_DIR=\"$HOME/Elsewhere\"\n");
@@ -133,17 +116,6 @@ TEST(PlatformRolesTest, LinuxLayoutFoldersFollowXdg) {
     EXPECT_EQ(p.preferences(), dir / "cfg");
     EXPECT_EQ(p.trash(), dir / "data/Trash");
     EXPECT_EQ(p.recentlyUsedFile(), dir / "data/recently-used.xbel");
-    EXPECT_EQ(p.chromeProfile(Browser::GoogleChrome), dir / "cfg/google-chrome/Default");
-    EXPECT_EQ(p.chromeCache(Browser::GoogleChrome), dir / "cache/google-chrome");
-    EXPECT_EQ(p.chromeProfile(Browser::Chromium), dir / "cfg/chromium/Default");
-    EXPECT_EQ(p.chromeCache(Browser::Chromium), dir / "cache/chromium");
-    EXPECT_EQ(p.operaWebCache(), dir / "cache/opera/Cache");
-    EXPECT_EQ(p.firefoxWebCacheName(), "cache2");
-
-    // Opera moved its data into "Default" in newer installs.
-    EXPECT_EQ(p.operaData(), dir / "cfg/opera");
-    fs::create_directories(dir / "cfg/opera/Default");
-    EXPECT_EQ(p.operaData(), dir / "cfg/opera/Default");
 }
 
 TEST(PlatformRolesTest, LinuxUserFoldersComeFromUserDirs) {

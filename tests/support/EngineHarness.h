@@ -5,15 +5,21 @@
 // helpers and hand the platform further services (running applications, a script runner)
 // through `configure`.
 
-#include "core/AppDelegate.h"
+#include "apps/AppsModule.h"
+#include "browsers/BrowsersModule.h"
+#include "controller/AppDelegate.h"
 #include "core/CategoryEngine.h"
 #include "core/Clock.h"
 #include "core/MainThread.h"
-#include "core/RecordingFrontend.h"
 #include "core/SystemLog.h"
 #include "core/TaskFlags.h"
+#include "eraser/EraserModule.h"
 #include "platform/Platform.h"
+#include "support/FakeClock.h"
+#include "support/ImmediateMainThread.h"
+#include "support/RecordingFrontend.h"
 #include "support/TempDir.h"
+#include "system/SystemModule.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +43,7 @@ inline std::string mainName(const ::testing::TestParamInfo<Main>& info) {
 
 // A recording front end that can press the progress sheet's abort button the moment a chosen
 // status is shown, as a user would.
-class AbortingFrontend : public core::RecordingFrontend {
+class AbortingFrontend : public test::RecordingFrontend {
 public:
     std::string abortOnStatus;
     void updateProgress(const core::ProgressMessage& message) override {
@@ -56,7 +62,7 @@ public:
         if (kind == Main::Queue)
             main_ = std::make_unique<core::QueueMainThread>();
         else
-            main_ = std::make_unique<core::ImmediateMainThread>();
+            main_ = std::make_unique<test::ImmediateMainThread>();
         std::filesystem::create_directories(home());
         std::filesystem::create_directories(root());
     }
@@ -67,7 +73,7 @@ public:
     std::filesystem::path home() const { return dir.path() / "home"; }
     std::filesystem::path root() const { return dir.path() / "root"; }
 
-    core::AppDelegate& start(platform::Layout layout = platform::Layout::MacOS) {
+    controller::AppDelegate& start(platform::Layout layout = platform::Layout::MacOS) {
         stop();
         layout_ = layout;
         platform::PlatformOptions o;
@@ -77,13 +83,13 @@ public:
         o.environment = std::map<std::string, std::string>{};
         configure(o);
         platform = std::make_unique<platform::Platform>(o);
-        app = std::make_unique<core::AppDelegate>(
-            core::AppServices{frontend, *main_, *platform, clock, log});
+        app = std::make_unique<controller::AppDelegate>(
+            controller::AppServices{frontend, *main_, *platform, clock, log});
         app->startUp(core::StartupOptions{.headless = true});
         return *app;
     }
     // Quits and starts again on the same home.
-    core::AppDelegate& restart() { return start(layout_); }
+    controller::AppDelegate& restart() { return start(layout_); }
 
     core::TaskFlags& flags() { return app->flags(); }
     // The category's engine, as its page drives it.
@@ -141,21 +147,21 @@ public:
     // The progress statuses shown, in order.
     std::vector<std::string> statuses() const {
         std::vector<std::string> out;
-        for (const auto& e : frontend.eventsOf(core::FrontendEvent::Type::Progress))
+        for (const auto& e : frontend.eventsOf(test::FrontendEvent::Type::Progress))
             if (e.progress.status)
                 out.push_back(*e.progress.status);
         return out;
     }
     std::uint64_t increments() const {
         std::uint64_t n = 0;
-        for (const auto& e : frontend.eventsOf(core::FrontendEvent::Type::Progress))
+        for (const auto& e : frontend.eventsOf(test::FrontendEvent::Type::Progress))
             n += e.progress.increment.value_or(0);
         return n;
     }
     // The maxima the bar was given, in order.
     std::vector<std::uint64_t> maxima() const {
         std::vector<std::uint64_t> out;
-        for (const auto& e : frontend.eventsOf(core::FrontendEvent::Type::Progress))
+        for (const auto& e : frontend.eventsOf(test::FrontendEvent::Type::Progress))
             if (e.progress.maxValue)
                 out.push_back(*e.progress.maxValue);
         return out;
@@ -163,14 +169,14 @@ public:
     // Subtitles of the category's button, in order ("" for a cleared one).
     std::vector<std::string> subtitles() {
         std::vector<std::string> out;
-        for (const auto& e : frontend.eventsOf(core::FrontendEvent::Type::Subtitle))
+        for (const auto& e : frontend.eventsOf(test::FrontendEvent::Type::Subtitle))
             if (e.button == engine().button())
                 out.push_back(e.text.value_or(""));
         return out;
     }
     std::vector<core::AlertRequest> alerts() const {
         std::vector<core::AlertRequest> out;
-        for (const auto& e : frontend.eventsOf(core::FrontendEvent::Type::Alert))
+        for (const auto& e : frontend.eventsOf(test::FrontendEvent::Type::Alert))
             out.push_back(e.alert);
         return out;
     }
@@ -184,7 +190,7 @@ public:
 
     TempDir dir;
     Recorder frontend;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
+    test::FakeClock clock{test::FakeClock::Mode::Auto};
     core::SystemLog log{false};
 
 protected:
@@ -199,7 +205,7 @@ private:
 
 public:
     std::unique_ptr<platform::Platform> platform;
-    std::unique_ptr<core::AppDelegate> app;
+    std::unique_ptr<controller::AppDelegate> app;
 };
 
 } // namespace tpc::test

@@ -4,12 +4,13 @@
 
 #include "core/Clock.h"
 #include "core/Record.h"
-#include "core/RecordingFrontend.h"
 #include "core/SystemLog.h"
 #include "core/TaskFlags.h"
 #include "erase/Deleter.h"
 #include "platform/Platform.h"
 #include "support/EngineHarness.h"
+#include "support/FakeClock.h"
+#include "support/RecordingFrontend.h"
 #include "support/TempDir.h"
 #include "system/SystemDriver.h"
 #include "system/SystemJunk.h"
@@ -27,7 +28,7 @@
 namespace tpc::test::sys {
 
 namespace fs = std::filesystem;
-using Type = core::FrontendEvent::Type;
+using Type = test::FrontendEvent::Type;
 
 // Answers each script by its source; a script without an answer does not compile.
 class FakeScriptRunner final : public platform::ScriptRunner {
@@ -95,7 +96,7 @@ struct JunkFixture {
     TempDir dir;
     std::shared_ptr<FakeScriptRunner> scripts = std::make_shared<FakeScriptRunner>();
     std::atomic<bool> abortCleaning{false};
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
+    test::FakeClock clock{test::FakeClock::Mode::Auto};
     core::SystemLog log{false};
     platform::Platform platform;
     erase::Deleter deleter;
@@ -104,7 +105,7 @@ struct JunkFixture {
 };
 
 // A recording front end that notes, at every alert, whether "User Downloads" was marked then.
-class NoticeFrontend final : public core::RecordingFrontend {
+class NoticeFrontend final : public test::RecordingFrontend {
 public:
     std::function<bool()> downloadsMarked;
     std::vector<bool> markedAtAlert;
@@ -128,7 +129,7 @@ public:
     // Before the front end's hook into this harness goes.
     ~AppHarness() override { stop(); }
 
-    system::SystemDriver& driver() { return app->systemDriver(); }
+    system::SystemDriver& driver() { return app->module<tpc::system::SystemModule>()->driver(); }
     core::DictRef row(const std::string& name) {
         for (const auto& rec : driver().list()->dicts())
             if (core::description(rec) == name)

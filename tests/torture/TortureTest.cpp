@@ -3,17 +3,20 @@
 // contents and link targets. Then a race: a subfolder of the erased folder is swapped for a link
 // to the victim, and back, while the erase runs.
 
+#include "support/FakeClock.h"
 #include "torture/TortureTree.h"
 
 #include "apps/AppsHarness.h"
+#include "browsers/BrowserLocations.h"
 #include "browsers/CookieLists.h"
 #include "browsers/chrome/ChromeCleaner.h"
 #include "core/GeneralPrefs.h"
 #include "core/Settings.h"
 #include "erase/Deleter.h"
-#include "erase/FolderEntries.h"
-#include "erase/TreeMeasure.h"
 #include "eraser/EraserHarness.h"
+#include "fs/Entries.h"
+#include "fs/Folders.h"
+#include "fs/TreeMeasure.h"
 #include "support/TempDir.h"
 #include "system/SystemHarness.h"
 
@@ -68,7 +71,7 @@ struct Engine {
     explicit Engine(std::int64_t option) : option(option) {}
     std::atomic<bool> abort{false};
     std::int64_t option;
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log{false};
     UnsyncedWriter writer;
     erase::Deleter deleter{
@@ -94,7 +97,7 @@ protected:
     // victim never (the unreadable folder's contents only where permissions do not apply).
     fs::path target(const fs::path& at) {
         buildTarget(at, victim);
-        EXPECT_EQ(erase::measureTree(at.string()).count, leftovers(at).size());
+        EXPECT_EQ(tpc::fs::measureTreeNoFollow(at.string()).count, leftovers(at).size());
         return at;
     }
 
@@ -104,9 +107,9 @@ protected:
         const Strings allowed = permissionsApply() ? Strings{lockedName()} : Strings{};
         EXPECT_EQ(leftovers(root), allowed) << root;
         if (keepsRoot) {
-            EXPECT_TRUE(erase::isRealFolder(root)) << root;
+            EXPECT_TRUE(tpc::fs::isFolderNoFollow(root)) << root;
         } else if (!permissionsApply()) {
-            EXPECT_FALSE(erase::entryExists(root)) << root;
+            EXPECT_FALSE(tpc::fs::entryExists(root)) << root;
         }
         EXPECT_EQ(fingerprint(victim), victimBefore) << "after removing " << root;
     }
@@ -128,13 +131,13 @@ TEST_F(Torture, EveryDeleterEntryPointRemovesOnlyTheTarget) {
     {
         SCOPED_TRACE("simpleDeleteFiles, each entry");
         Engine e(0);
-        e.deleter.simpleDeleteFiles(erase::topLevelEntries(target(dir / "simple")));
+        e.deleter.simpleDeleteFiles(tpc::fs::listFolderNoFollow(target(dir / "simple")));
         expectRemoved(dir / "simple", true);
     }
     {
         SCOPED_TRACE("eraseFiles, each entry");
         Engine e(3);
-        e.deleter.eraseFiles(erase::topLevelEntries(target(dir / "each")));
+        e.deleter.eraseFiles(tpc::fs::listFolderNoFollow(target(dir / "each")));
         expectRemoved(dir / "each", true);
     }
 }
@@ -177,7 +180,7 @@ TEST_F(Torture, TheTrashAndDownloadsCleansEmptyOnlyTheirFolders) {
     tpc::test::sys::JunkFixture f(platform::Layout::Linux);
     const auto trash = f.platform.trash();
     const auto files = target(trash / "files");
-    for (const auto& entry : erase::topLevelEntries(files))
+    for (const auto& entry : tpc::fs::listFolderNoFollow(files))
         writeFile(trash / "info" / (fs::path(entry).filename().string() + ".trashinfo"),
                   "[Trash Info]\nPath=/x\n");
     EXPECT_EQ(f.count(system::kTrash).count, leftovers(files).size());
@@ -205,9 +208,10 @@ TEST_F(Torture, TheChromiumCacheCleanEmptiesOnlyTheCacheFolder) {
     core::Settings settings(dir / "settings", e.log, e.clock);
     browsers::CookieLists cookies(settings, e.log);
     browsers::ChromeCleaner chromium({platform, e.deleter, cookies, e.log},
-                                     platform::Browser::Chromium);
+                                     browsers::Browser::Chromium);
 
-    const auto cache = target(platform.chromeCache(platform::Browser::Chromium));
+    const auto cache =
+        target(browsers::BrowserLocations(platform).chromeCache(browsers::Browser::Chromium));
     EXPECT_EQ(static_cast<std::size_t>(chromium.countChromeCaches().count),
               leftovers(cache).size());
     chromium.deleteChromeCaches();
@@ -231,7 +235,7 @@ TEST_F(Torture, AnApplicationCacheCleanRemovesOnlyThatCache) {
     fs::create_directory_symlink(victim / "dir", h.caches() / "org.linked.App");
     EXPECT_EQ(h.traces().countAppDetailsToClear(linked).count, 1);
     h.traces().deleteAppData(linked);
-    EXPECT_FALSE(erase::entryExists(h.caches() / "org.linked.App"));
+    EXPECT_FALSE(tpc::fs::entryExists(h.caches() / "org.linked.App"));
     unlock(h.dir.path());
 }
 
@@ -266,12 +270,12 @@ TEST_F(Torture, SwappingASubfolderForALinkDuringAnEraseNeverReachesTheVictim) {
         });
         const int way = round % 4;
         if (way == 0) {
-            EXPECT_LE(erase::measureTree(root.string()).count, most);
-            EXPECT_LE(erase::measureFolder(root.string()).count, most);
+            EXPECT_LE(tpc::fs::measureTreeNoFollow(root.string()).count, most);
+            EXPECT_LE(tpc::fs::measureFolderNoFollow(root.string()).count, most);
         }
         Engine e(way == 1 ? -1 : 0);
         if (way == 2)
-            e.deleter.deleteFiles(erase::topLevelEntries(root));
+            e.deleter.deleteFiles(tpc::fs::listFolderNoFollow(root));
         else
             e.deleter.deleteFiles({root.string()});
         done = true;

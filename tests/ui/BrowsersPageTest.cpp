@@ -4,6 +4,7 @@
 
 #include "ui/BrowsersPage.h"
 #include "browsers/BrowserDriver.h"
+#include "browsers/BrowserLocations.h"
 #include "browsers/sqlite/Databases.h"
 #include "core/Keys.h"
 #include "core/Record.h"
@@ -59,13 +60,16 @@ struct Engine : tpc::test::PageEngine {
     }
 
     fs::path cookiesStore() const {
-        return platform->firefoxProfilesFolder() / "abcd.default" / "cookies.sqlite";
+        return tpc::browsers::BrowserLocations(*platform).firefoxProfilesFolder() / "abcd.default" /
+               "cookies.sqlite";
     }
     void addCookie(const std::string& host) {
         tpc::test::execSql(cookiesStore(),
                            "INSERT INTO moz_cookies (name, host) VALUES ('n', '" + host + "');");
     }
-    tpc::browsers::BrowserDriver& driver() { return app->browserDriver(); }
+    tpc::browsers::BrowserDriver& driver() {
+        return app->module<tpc::browsers::BrowsersModule>()->driver();
+    }
 
     // The keep list of a browser as the settings file "Cookies" holds it now.
     std::vector<std::string> keptOnDisk(CookieBrowser b) {
@@ -82,7 +86,8 @@ struct Engine : tpc::test::PageEngine {
 
 // A page shown on screen with its hooks on the driver.
 struct Page {
-    explicit Page(Engine& e) : page(*e.app) {
+    explicit Page(Engine& e)
+        : page(*e.app->module<tpc::browsers::BrowsersModule>(), e.app->context()) {
         e.driver().hooks = page.hooks();
         page.resize(560, 430);
         page.show();
@@ -238,7 +243,8 @@ void BrowsersPageTest::selectingARootShowsItsItemsAndTheirMasterBoxMarksOnlyThem
     clickRow(p.main().table(), 1);
     QCOMPARE(p.main().selectedRow(), 1);
     QCOMPARE(e.driver().selectedMainRow(), 1);
-    const auto* chrome = e.app->browsers().find("Google Chrome");
+    const auto* chrome =
+        e.app->module<tpc::browsers::BrowsersModule>()->cleaners().find("Google Chrome");
     QVERIFY(chrome);
     QStringList expected;
     for (const auto& item : chrome->items)
@@ -323,7 +329,7 @@ void BrowsersPageTest::movingDomainsBetweenTheListsPersistsThem() {
     QVERIFY(cookies->keepButton()->isEnabled());
     QTest::mouseClick(cookies->keepButton(), Qt::LeftButton);
 
-    const auto& lists = e.app->cookies();
+    const auto& lists = e.app->module<tpc::browsers::BrowsersModule>()->cookies();
     QCOMPARE(lists.allowed(CookieBrowser::Firefox), std::vector<std::string>{"Example.org"});
     QVERIFY(!lists.disAllowedListContains(CookieBrowser::Firefox, "Example.org"));
     QCOMPARE(e.keptOnDisk(CookieBrowser::Firefox), std::vector<std::string>{"Example.org"});
@@ -354,7 +360,8 @@ void BrowsersPageTest::movingDomainsBetweenTheListsPersistsThem() {
     QVERIFY(cookies->deleteButton()->isEnabled());
     QTest::mouseClick(cookies->deleteButton(), Qt::LeftButton);
     QCOMPARE(shown(cookies->keepTable()), QStringList({"example.com", "Example.org"}));
-    QVERIFY(e.app->cookies().disAllowedListContains(CookieBrowser::Firefox, "news.site.net"));
+    QVERIFY(e.app->module<tpc::browsers::BrowsersModule>()->cookies().disAllowedListContains(
+        CookieBrowser::Firefox, "news.site.net"));
     QCOMPARE(e.keptOnDisk(CookieBrowser::Firefox),
              (std::vector<std::string>{"example.com", "Example.org"}));
 }
@@ -368,13 +375,16 @@ void BrowsersPageTest::searchFiltersTheDeleteTableCaseInsensitively() {
     QTest::keyClicks(cookies->deleteSearchField(), "EXAMPLE");
     QCOMPARE(shown(cookies->deleteTable()),
              QStringList({"example.com", "Example.org", "myexample.net"}));
-    QCOMPARE(e.app->cookies().deleteSearchText(CookieBrowser::Firefox), std::string("EXAMPLE"));
+    QCOMPARE(e.app->module<tpc::browsers::BrowsersModule>()->cookies().deleteSearchText(
+                 CookieBrowser::Firefox),
+             std::string("EXAMPLE"));
 
     // Moving a filtered row moves the domain it shows.
     clickRow(cookies->deleteTable(), 2);
     QTest::mouseClick(cookies->keepButton(), Qt::LeftButton);
-    QCOMPARE(e.app->cookies().allowed(CookieBrowser::Firefox),
-             std::vector<std::string>{"myexample.net"});
+    QCOMPARE(
+        e.app->module<tpc::browsers::BrowsersModule>()->cookies().allowed(CookieBrowser::Firefox),
+        std::vector<std::string>{"myexample.net"});
     QCOMPARE(shown(cookies->deleteTable()), QStringList({"example.com", "Example.org"}));
 
     // The keep side has its own filter.
@@ -434,7 +444,8 @@ void BrowsersPageTest::hooksTurnTheControlsOffAndOnAndReloadTheLists() {
     QCOMPARE(p.sub().masterBox()->checkState(), Qt::PartiallyChecked);
 
     // Hooks left behind by a page that is gone do nothing.
-    auto* gone = new BrowsersPage(*e.app);
+    auto* gone =
+        new BrowsersPage(*e.app->module<tpc::browsers::BrowsersModule>(), e.app->context());
     const core::PageHooks stale = gone->hooks();
     delete gone;
     stale.disableForScan();
@@ -446,7 +457,8 @@ void BrowsersPageTest::openingThePageScansAndPointsTheCleanButtonAtTheBrowsers()
     Engine e({"example.com"});
     tpc::ui::test::HoverHarness hover;
     tpc::ui::MainWindow window(hover.env());
-    auto* page = new BrowsersPage(*e.app);
+    auto* page =
+        new BrowsersPage(*e.app->module<tpc::browsers::BrowsersModule>(), e.app->context());
     page->attach(window);
     e.driver().hooks = page->hooks();
     window.show();
@@ -495,7 +507,7 @@ void BrowsersPageTest::openingThePageScansAndPointsTheCleanButtonAtTheBrowsers()
     QTRY_VERIFY(!e.app->flags().running(core::Category::Browsers, core::TaskKind::Scan));
     e.frontend.clear();
     QTest::mouseClick(page->scanButton(), Qt::LeftButton);
-    QTRY_VERIFY(!e.frontend.eventsOf(core::FrontendEvent::Type::Window).empty());
+    QTRY_VERIFY(!e.frontend.eventsOf(tpc::test::FrontendEvent::Type::Window).empty());
     QTRY_VERIFY(!e.app->flags().running(core::Category::Browsers, core::TaskKind::Scan));
     QTRY_VERIFY(e.app->tasks().idle());
 }

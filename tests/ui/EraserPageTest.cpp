@@ -60,8 +60,8 @@ struct Engine : tpc::test::PageEngine {
 
 // A page on screen with its hooks on the driver, adding what `chosen` holds.
 struct Page {
-    explicit Page(Engine& e) : page(*e.app) {
-        e.app->eraserDriver().hooks = page.hooks();
+    explicit Page(Engine& e) : page(*e.app->module<tpc::eraser::EraserModule>(), e.app->context()) {
+        e.app->module<tpc::eraser::EraserModule>()->driver().hooks = page.hooks();
         page.chooseFiles = [this](bool embedded) {
             asked.push_back(embedded);
             return chosen;
@@ -136,7 +136,7 @@ void EraserPageTest::addingListsTheRowsAndTheSizesUpdateMeasuresThem() {
     QTRY_VERIFY(e.settled());
     QCOMPARE(column(p.model(), CheckListModel::SizeColumn),
              QStringList({sizeText(1500), sizeText(5000)}));
-    QVERIFY(e.frontend.eventsOf(core::FrontendEvent::Type::Alert).empty());
+    QVERIFY(e.frontend.eventsOf(tpc::test::FrontendEvent::Type::Alert).empty());
 
     // The embedded entry asks for hidden entries too; a cancelled choice adds nothing.
     p.chosen.clear();
@@ -157,7 +157,7 @@ void EraserPageTest::aFileInsideAListedFolderIsRefusedWithTheAlert() {
 
     p.add({e.at("docs/b.bin")});
     QCOMPARE(column(p.model(), CheckListModel::NameColumn), QStringList({"docs"}));
-    const auto alerts = e.frontend.eventsOf(core::FrontendEvent::Type::Alert);
+    const auto alerts = e.frontend.eventsOf(tpc::test::FrontendEvent::Type::Alert);
     QCOMPARE(alerts.size(), std::size_t(1));
     QCOMPARE(alerts.front().alert.title, std::string("Path(s) inconsistencies !"));
     QCOMPARE(alerts.front().alert.message,
@@ -178,7 +178,7 @@ void EraserPageTest::aNameThatIsNotUtf8IsRefusedWithAnAlert() {
     };
     p.add({shown("a\xff"), shown("b\xff"), e.at("notes.txt")});
     QCOMPARE(column(p.model(), CheckListModel::NameColumn), QStringList({"notes.txt"}));
-    const auto alerts = e.frontend.eventsOf(core::FrontendEvent::Type::Alert);
+    const auto alerts = e.frontend.eventsOf(tpc::test::FrontendEvent::Type::Alert);
     QCOMPARE(alerts.size(), std::size_t(1));
     QCOMPARE(alerts.front().alert.title, std::string("Path(s) not added !"));
     const std::string& message = alerts.front().alert.message;
@@ -206,7 +206,8 @@ void EraserPageTest::removeFollowsTheSelectionAndRemoveAllEmptiesTheList() {
     QCOMPARE(p.page.selectedRows(), (std::vector<int>{1, 2}));
     QTest::mouseClick(p.page.removeButton(), Qt::LeftButton);
     QCOMPARE(column(p.model(), CheckListModel::NameColumn), QStringList({"a.bin"}));
-    QCOMPARE(e.app->eraserList().arrayFolders()->size(), std::size_t(1));
+    QCOMPARE(e.app->module<tpc::eraser::EraserModule>()->list().arrayFolders()->size(),
+             std::size_t(1));
     QVERIFY(!p.page.removeButton()->isEnabled());
 
     QTest::mouseClick(p.page.removeAllButton(), Qt::LeftButton);
@@ -264,9 +265,9 @@ void EraserPageTest::openingThePageDoesNotScanAndTheCleanButtonFollowsTheMarks()
     Engine e;
     tpc::ui::test::HoverHarness hover;
     tpc::ui::MainWindow window(hover.env());
-    auto* page = new EraserPage(*e.app);
+    auto* page = new EraserPage(*e.app->module<tpc::eraser::EraserModule>(), e.app->context());
     page->attach(window);
-    e.app->eraserDriver().hooks = page->hooks();
+    e.app->module<tpc::eraser::EraserModule>()->driver().hooks = page->hooks();
     QStringList chosen;
     page->chooseFiles = [&chosen](bool) {
         return chosen;
@@ -290,10 +291,10 @@ void EraserPageTest::openingThePageDoesNotScanAndTheCleanButtonFollowsTheMarks()
     QVERIFY(clean->isEnabled());
 
     // While a task runs the controls are off.
-    e.app->eraserDriver().hooks.disableForScan();
+    e.app->module<tpc::eraser::EraserModule>()->driver().hooks.disableForScan();
     QVERIFY(!page->addButton()->isEnabled() && !page->scanButton()->isEnabled());
     QVERIFY(!page->removeAllButton()->isEnabled() && !clean->isEnabled());
-    e.app->eraserDriver().hooks.enableAfterScan();
+    e.app->module<tpc::eraser::EraserModule>()->driver().hooks.enableAfterScan();
     QVERIFY(page->removeAllButton()->isEnabled() && clean->isEnabled());
 
     // The Clean button shreds the marked file.

@@ -55,7 +55,9 @@ struct Engine : tpc::test::PageEngine {
             fs::create_directories(p.xdgDataHome() / "applications");
         });
     }
-    core::ArrayRef rows() { return app->appCatalogue().arrayRecents(); }
+    core::ArrayRef rows() {
+        return app->module<tpc::apps::AppsModule>()->catalogue().arrayRecents();
+    }
     // The list as the settings file "Recents" holds it now.
     core::ArrayRef onDisk() {
         auto loaded = app->settings().load(core::keys::RecentsName);
@@ -63,15 +65,15 @@ struct Engine : tpc::test::PageEngine {
     }
     std::vector<core::AlertRequest> alerts() const {
         std::vector<core::AlertRequest> out;
-        for (const auto& event : frontend.eventsOf(core::FrontendEvent::Type::Alert))
+        for (const auto& event : frontend.eventsOf(tpc::test::FrontendEvent::Type::Alert))
             out.push_back(event.alert);
         return out;
     }
 };
 
 struct Page {
-    explicit Page(Engine& e) : page(*e.app) {
-        e.app->recentsDriver().hooks = page.hooks();
+    explicit Page(Engine& e) : page(*e.app->module<tpc::apps::AppsModule>(), e.app->context()) {
+        e.app->module<tpc::apps::AppsModule>()->driver().hooks = page.hooks();
         page.resize(600, 420);
         page.show();
     }
@@ -238,9 +240,9 @@ void RecentsPageTest::openingThePageScans() {
     Engine e;
     tpc::ui::test::HoverHarness hover;
     tpc::ui::MainWindow window(hover.env());
-    auto* page = new RecentsPage(*e.app);
+    auto* page = new RecentsPage(*e.app->module<tpc::apps::AppsModule>(), e.app->context());
     page->attach(window);
-    e.app->recentsDriver().hooks = page->hooks();
+    e.app->module<tpc::apps::AppsModule>()->driver().hooks = page->hooks();
     window.show();
 
     window.buttonMainRecentsClicked();

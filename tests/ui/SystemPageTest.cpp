@@ -42,7 +42,9 @@ struct Engine : tpc::test::PageEngine {
         scripts->answer = "7";
         start();
     }
-    tpc::system::SystemDriver& driver() { return app->systemDriver(); }
+    tpc::system::SystemDriver& driver() {
+        return app->module<tpc::system::SystemModule>()->driver();
+    }
     bool idle() { return PageEngine::idle(core::Category::System); }
 };
 
@@ -79,9 +81,9 @@ void clickMaster(CheckListPanel& list) {
                       QPoint(8, list.masterBox()->height() / 2));
 }
 
-std::vector<core::AlertRequest> alerts(const core::RecordingFrontend& frontend) {
+std::vector<core::AlertRequest> alerts(const tpc::test::RecordingFrontend& frontend) {
     std::vector<core::AlertRequest> out;
-    for (const auto& event : frontend.eventsOf(core::FrontendEvent::Type::Alert))
+    for (const auto& event : frontend.eventsOf(tpc::test::FrontendEvent::Type::Alert))
         out.push_back(event.alert);
     return out;
 }
@@ -97,7 +99,7 @@ private slots:
 
 void SystemPageTest::listsTheFiveCategoriesAndFollowsTheirMarks() {
     Engine e;
-    SystemPage page(*e.app);
+    SystemPage page(*e.app->module<tpc::system::SystemModule>());
     e.driver().hooks = page.hooks();
     page.resize(560, 400);
     page.show();
@@ -143,7 +145,7 @@ void SystemPageTest::openingThePageScansAndTheCleanShowsTheRescan() {
     Engine e;
     tpc::ui::test::HoverHarness hover;
     tpc::ui::MainWindow window(hover.env());
-    auto* page = new SystemPage(*e.app);
+    auto* page = new SystemPage(*e.app->module<tpc::system::SystemModule>());
     page->attach(window);
     e.driver().hooks = page->hooks();
     window.show();

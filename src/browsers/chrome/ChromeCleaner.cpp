@@ -5,6 +5,7 @@
 #include "browsers/chrome/ChromiumStores.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
+#include "fs/Entries.h"
 
 #include <stdexcept>
 
@@ -43,17 +44,17 @@ bool isHistoryIndexName(const std::string& name) {
 
 } // namespace
 
-ChromeCleaner::ChromeCleaner(CleanerEnv env, platform::Browser which) : env_(env), which_(which) {
-    if (which != platform::Browser::GoogleChrome && which != platform::Browser::Chromium)
+ChromeCleaner::ChromeCleaner(CleanerEnv env, Browser which) : env_(env), which_(which) {
+    if (which != Browser::GoogleChrome && which != Browser::Chromium)
         throw std::invalid_argument("not a Chrome-family browser");
 }
 
 const char* ChromeCleaner::browserName() const {
-    return which_ == platform::Browser::Chromium ? "Chromium" : "Google Chrome";
+    return which_ == Browser::Chromium ? "Chromium" : "Google Chrome";
 }
 
 const char* ChromeCleaner::bundleIdentifier() const {
-    return which_ == platform::Browser::Chromium ? "org.chromium.Chromium" : "com.google.Chrome";
+    return which_ == Browser::Chromium ? "org.chromium.Chromium" : "com.google.Chrome";
 }
 
 const std::vector<std::string>& ChromeCleaner::archivedHistoryTables() {
@@ -100,8 +101,8 @@ const std::vector<std::string>& ChromeCleaner::faviconsTables() {
 }
 
 std::optional<fs::path> ChromeCleaner::profile() const {
-    auto folder = env_.platform.chromeProfile(which_);
-    if (!isFolder(folder))
+    auto folder = env_.locations().chromeProfile(which_);
+    if (!tpc::fs::isFolderFollowingLinks(folder))
         return std::nullopt;
     return folder;
 }
@@ -109,12 +110,12 @@ std::optional<fs::path> ChromeCleaner::profile() const {
 std::vector<std::pair<fs::path, const std::vector<std::string>*>>
 ChromeCleaner::historyStores(const fs::path& profile) const {
     std::vector<std::pair<fs::path, const std::vector<std::string>*>> stores;
-    if (isStoreFile(profile / kArchivedHistory))
+    if (tpc::fs::isRegularFileNoFollow(profile / kArchivedHistory))
         stores.emplace_back(profile / kArchivedHistory, &archivedHistoryTables());
-    if (isStoreFile(profile / kHistory))
+    if (tpc::fs::isRegularFileNoFollow(profile / kHistory))
         stores.emplace_back(profile / kHistory, &historyTables());
     for (const auto& name : entryNames(profile, isHistoryIndexName))
-        if (isStoreFile(profile / name))
+        if (tpc::fs::isRegularFileNoFollow(profile / name))
             stores.emplace_back(profile / name, &historyIndexTables());
     return stores;
 }
@@ -136,14 +137,14 @@ void ChromeCleaner::emptyTablesIn(const char* store, const std::vector<std::stri
 
 CountPair ChromeCleaner::countFile(const char* name) const {
     auto folder = profile();
-    if (!folder || !itemExists(*folder / name))
+    if (!folder || !tpc::fs::entryExists(*folder / name))
         return {};
-    return CountPair{1, static_cast<std::int64_t>(itemSize(*folder / name))};
+    return CountPair{1, static_cast<std::int64_t>(tpc::fs::entrySizeNoFollow(*folder / name))};
 }
 
 void ChromeCleaner::deleteFile(const char* name) {
     auto folder = profile();
-    if (!folder || !itemExists(*folder / name))
+    if (!folder || !tpc::fs::entryExists(*folder / name))
         return;
     env_.deleter.deleteFiles({(*folder / name).string()});
 }
@@ -196,7 +197,7 @@ CountPair ChromeCleaner::countChromeCaches() {
     CountPair total;
     if (auto folder = profile())
         total = countFolderEntries(*folder / kSessionStorage, {kLock});
-    addPair(total, countFolderEntries(env_.platform.chromeCache(which_)));
+    addPair(total, countFolderEntries(env_.locations().chromeCache(which_)));
     return total;
 }
 
@@ -206,7 +207,7 @@ void ChromeCleaner::deleteChromeCaches() {
         if (!storage.empty())
             env_.deleter.deleteFiles(storage);
     }
-    auto caches = topLevelEntries(env_.platform.chromeCache(which_));
+    auto caches = topLevelEntries(env_.locations().chromeCache(which_));
     if (!caches.empty())
         env_.deleter.deleteFiles(caches);
 }

@@ -19,9 +19,9 @@ class ChromeCleaner {
 public:
     // `which` is Browser::GoogleChrome or Browser::Chromium (anything else throws
     // std::invalid_argument).
-    ChromeCleaner(CleanerEnv env, platform::Browser which);
+    ChromeCleaner(CleanerEnv env, Browser which);
 
-    platform::Browser browser() const { return which_; }
+    Browser browser() const { return which_; }
     // "Google Chrome" or "Chromium".
     const char* browserName() const;
     // "com.google.Chrome" or "org.chromium.Chromium".
@@ -85,7 +85,7 @@ private:
     void deleteFile(const char* name);
 
     CleanerEnv env_;
-    platform::Browser which_;
+    Browser which_;
 };
 
 } // namespace tpc::browsers

@@ -3,6 +3,7 @@
 #include "browsers/chrome/ChromiumFiles.h"
 #include "browsers/chrome/ChromiumStores.h"
 #include "core/SystemLog.h"
+#include "fs/Entries.h"
 
 #include <algorithm>
 
@@ -24,7 +25,7 @@ SQLiteResult selectCookies(const std::filesystem::path& store) {
 std::vector<std::filesystem::path> cookieStores(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> stores;
     for (auto candidate : {folder / "Cookies", folder / "Network" / "Cookies"})
-        if (isStoreFile(candidate))
+        if (tpc::fs::isRegularFileNoFollow(candidate))
             stores.push_back(std::move(candidate));
     return stores;
 }

@@ -1,8 +1,10 @@
 #pragma once
-// The file side of the Chromium-family cleaners: existence tests, sizes, recursive counts of
-// cache folders and the top-level entries handed to the deletion engine. A folder that is counted
-// or emptied is never reached through a symbolic link in its own place (links further up its
-// path are the caller's), and entries inside it are handled as themselves.
+// The file side of the Chromium-family cleaners: recursive counts of cache folders and the
+// top-level entries handed to the deletion engine. Existence and kind tests are the file-system
+// layer's (fs/Entries.h): a profile folder may be reached through links (isFolderFollowingLinks),
+// a database is opened only when it is a regular file at its own name (isRegularFileNoFollow). A
+// folder that is counted or emptied is never reached through a symbolic link in its own place
+// (links further up its path are the caller's), and entries inside it are handled as themselves.
 
 #include "browsers/sqlite/SQLite.h"
 
@@ -15,15 +17,6 @@
 namespace tpc::browsers::chromium {
 
 namespace fs = std::filesystem;
-
-// The item exists (a link counts as itself).
-bool itemExists(const fs::path& path);
-// A folder, reached through links along its path.
-bool isFolder(const fs::path& path);
-// A regular file that is not a link: the only kind of database the cleaners open.
-bool isStoreFile(const fs::path& path);
-// The item's own size (a link's, not its target's); 0 when it cannot be read.
-std::uint64_t itemSize(const fs::path& path);
 
 // Adds `part` to `total`: counts add up, sizes wrap in unsigned 32 bits and read as signed 32.
 void addPair(CountPair& total, const CountPair& part);

@@ -2,6 +2,7 @@
 
 #include "browsers/chrome/ChromiumFiles.h"
 #include "core/SystemLog.h"
+#include "fs/Entries.h"
 
 namespace tpc::browsers::chromium {
 
@@ -36,7 +37,7 @@ std::string failedQueryLine(const std::string& statement, const std::string& cod
 
 CountPair countTables(const std::filesystem::path& store, const std::vector<std::string>& selects) {
     CountPair total;
-    if (!isStoreFile(store))
+    if (!tpc::fs::isRegularFileNoFollow(store))
         return total;
     auto db = storeAt(store);
     for (const auto& sql : selects) {
@@ -48,7 +49,7 @@ CountPair countTables(const std::filesystem::path& store, const std::vector<std:
 }
 
 std::string runBatch(const std::filesystem::path& store, const std::vector<std::string>& sqls) {
-    if (sqls.empty() || !isStoreFile(store))
+    if (sqls.empty() || !tpc::fs::isRegularFileNoFollow(store))
         return "";
     SQLiteResult result;
     storeAt(store).queryMultiple(sqls, result);
@@ -63,7 +64,7 @@ void runBatchLogged(const std::filesystem::path& store, const std::vector<std::s
 }
 
 std::string runOne(const std::filesystem::path& store, const std::string& sql) {
-    if (!isStoreFile(store))
+    if (!tpc::fs::isRegularFileNoFollow(store))
         return "";
     SQLiteResult result;
     storeAt(store).query(sql, result);

@@ -4,6 +4,7 @@
 #include "browsers/firefox/FirefoxStores.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
+#include "fs/Entries.h"
 #include "platform/Platform.h"
 
 namespace tpc::browsers {
@@ -14,11 +15,11 @@ using namespace firefox;
 FirefoxCleaner::FirefoxCleaner(CleanerEnv env) : env_(env) {}
 
 std::optional<fs::path> FirefoxCleaner::store(const char* name) const {
-    auto profile = env_.platform.firefoxProfile();
-    if (!profile || !isFolder(*profile))
+    auto profile = env_.locations().firefoxProfile();
+    if (!profile || !tpc::fs::isFolderNoFollow(*profile))
         return std::nullopt;
     auto path = *profile / name;
-    if (!isRegularFile(path))
+    if (!tpc::fs::isRegularFileNoFollow(path))
         return std::nullopt;
     return path;
 }
@@ -135,12 +136,12 @@ CountPair FirefoxCleaner::countFirefoxSessions() {
 }
 
 void FirefoxCleaner::deleteFirefoxSessions() {
-    auto profile = env_.platform.firefoxProfile();
-    if (!profile || !isFolder(*profile))
+    auto profile = env_.locations().firefoxProfile();
+    if (!profile || !tpc::fs::isFolderNoFollow(*profile))
         return;
     std::vector<std::string> paths;
     for (const char* name : {"sessionstore.js", "sessionstore.bak"})
-        if (existsAsEntry(*profile / name))
+        if (tpc::fs::entryExists(*profile / name))
             paths.push_back((*profile / name).string());
     if (!paths.empty())
         env_.deleter.deleteFiles(paths);

@@ -4,8 +4,9 @@
 #include "browsers/firefox/FirefoxCleaner.h"
 #include "browsers/firefox/FirefoxStores.h"
 #include "erase/Deleter.h"
-#include "erase/FolderEntries.h"
-#include "erase/TreeMeasure.h"
+#include "fs/Entries.h"
+#include "fs/Folders.h"
+#include "fs/TreeMeasure.h"
 #include "platform/Platform.h"
 
 namespace tpc::browsers {
@@ -14,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-CountPair pairOf(const erase::TreeTotals& totals) {
+CountPair pairOf(const tpc::fs::TreeTotals& totals) {
     return CountPair{static_cast<std::int64_t>(totals.count),
                      static_cast<std::int64_t>(totals.bytes)};
 }
@@ -22,12 +23,12 @@ CountPair pairOf(const erase::TreeTotals& totals) {
 } // namespace
 
 std::string FirefoxCleaner::webCacheName() const {
-    return env_.platform.firefoxWebCacheName();
+    return env_.locations().firefoxWebCacheName();
 }
 
 std::optional<fs::path> FirefoxCleaner::cacheProfile() const {
-    auto folder = env_.platform.firefoxCacheProfile();
-    if (!folder || !firefox::isFolder(*folder))
+    auto folder = env_.locations().firefoxCacheProfile();
+    if (!folder || !tpc::fs::isFolderNoFollow(*folder))
         return std::nullopt;
     return folder;
 }
@@ -36,12 +37,12 @@ CountPair FirefoxCleaner::countFirefoxInternetCaches() {
     auto folder = cacheProfile();
     if (!folder)
         return {};
-    return pairOf(erase::measureFolder((*folder / webCacheName()).string()));
+    return pairOf(tpc::fs::measureFolderNoFollow((*folder / webCacheName()).string()));
 }
 
 void FirefoxCleaner::deleteFirefoxInternetCaches() {
     auto folder = cacheProfile();
-    if (!folder || !firefox::existsAsEntry(*folder / webCacheName()))
+    if (!folder || !tpc::fs::entryExists(*folder / webCacheName()))
         return;
     env_.deleter.deleteFiles({(*folder / webCacheName()).string()});
 }
@@ -50,14 +51,14 @@ CountPair FirefoxCleaner::countFirefoxAppCaches() {
     auto folder = cacheProfile();
     if (!folder)
         return {};
-    return pairOf(erase::measureFolder(folder->string(), {webCacheName()}));
+    return pairOf(tpc::fs::measureFolderNoFollow(folder->string(), {webCacheName()}));
 }
 
 void FirefoxCleaner::deleteFirefoxAppCaches() {
     auto folder = cacheProfile();
     if (!folder)
         return;
-    auto paths = erase::topLevelEntries(*folder);
+    auto paths = tpc::fs::listFolderNoFollow(*folder);
     const std::string webCache = webCacheName();
     std::erase_if(paths,
                   [&](const std::string& path) { return fs::path(path).filename() == webCache; });

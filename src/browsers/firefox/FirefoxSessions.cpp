@@ -1,6 +1,6 @@
 #include "browsers/firefox/FirefoxSessions.h"
 
-#include "erase/FileWalk.h"
+#include "fs/Folders.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -20,7 +20,7 @@ std::int64_t countSessionEntries(std::string_view bytes) {
 }
 
 std::optional<std::string> readWholeFile(const std::filesystem::path& path) {
-    erase::UniqueFd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    tpc::fs::UniqueFd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (!fd)
         return std::nullopt;
     struct stat st {};

@@ -4,23 +4,6 @@
 
 namespace tpc::browsers::firefox {
 
-namespace fs = std::filesystem;
-
-bool isRegularFile(const fs::path& path) {
-    std::error_code ec;
-    return fs::is_regular_file(fs::symlink_status(path, ec));
-}
-
-bool isFolder(const fs::path& path) {
-    std::error_code ec;
-    return fs::is_directory(fs::symlink_status(path, ec));
-}
-
-bool existsAsEntry(const fs::path& path) {
-    std::error_code ec;
-    return fs::exists(fs::symlink_status(path, ec));
-}
-
 CountPair pair32(std::int64_t count, std::uint32_t size) {
     return {count, static_cast<std::int32_t>(size)};
 }

@@ -1,22 +1,14 @@
 #pragma once
-// Small helpers shared by the Firefox operations: which store files may be opened, and the
-// 32-bit size arithmetic of the counts.
+// Small helpers shared by the Firefox operations: the 32-bit size arithmetic of the counts. A store
+// is opened only when it is a regular file at its own name (fs::isRegularFileNoFollow): a link
+// standing in for one is treated as missing, so no query ever writes through it.
 
 #include "browsers/sqlite/SQLite.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 
 namespace tpc::browsers::firefox {
-
-// A regular file reached without following a link at its own name: a link standing in for a
-// store is treated as missing, so no query ever writes through it.
-bool isRegularFile(const std::filesystem::path& path);
-// A real folder (a link is not one).
-bool isFolder(const std::filesystem::path& path);
-// Anything at that name, a dangling link included.
-bool existsAsEntry(const std::filesystem::path& path);
 
 // The pair of `count` and a size kept in unsigned 32 bits, reported as a signed 32-bit number
 // like every SELECT count pair.

@@ -5,6 +5,7 @@
 #include "browsers/chrome/ChromiumStores.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
+#include "fs/Entries.h"
 #include "platform/Platform.h"
 
 namespace tpc::browsers {
@@ -40,8 +41,8 @@ const std::vector<std::string> kSessionDeletes{"DELETE FROM windows;", "DELETE F
 OperaCleaner::OperaCleaner(CleanerEnv env) : env_(env) {}
 
 std::optional<fs::path> OperaCleaner::dataFolder() const {
-    auto folder = env_.platform.operaData();
-    if (!isFolder(folder))
+    auto folder = env_.locations().operaData();
+    if (!tpc::fs::isFolderFollowingLinks(folder))
         return std::nullopt;
     return folder;
 }
@@ -55,7 +56,7 @@ CountPair OperaCleaner::countStore(const char* store,
 }
 
 void OperaCleaner::deleteOneAtATime(const fs::path& store, const std::vector<std::string>& sqls) {
-    if (!isStoreFile(store))
+    if (!tpc::fs::isRegularFileNoFollow(store))
         return;
     for (const auto& sql : sqls) {
         auto code = runOne(store, sql);
@@ -66,7 +67,7 @@ void OperaCleaner::deleteOneAtATime(const fs::path& store, const std::vector<std
 
 void OperaCleaner::deleteBatch(const char* store, const std::vector<std::string>& sqls) {
     auto folder = dataFolder();
-    if (!folder || !isStoreFile(*folder / store))
+    if (!folder || !tpc::fs::isRegularFileNoFollow(*folder / store))
         return;
     runBatch(*folder / store, sqls);
     refreshOperaCookiesList();
@@ -101,7 +102,7 @@ CountPair OperaCleaner::countOperaInternetHistory() {
     auto folder = dataFolder();
     if (!folder)
         return {};
-    if (isStoreFile(*folder / kHistory))
+    if (tpc::fs::isRegularFileNoFollow(*folder / kHistory))
         return countTables(*folder / kHistory,
                            {"SELECT * FROM urls;", "SELECT * FROM keyword_search_terms;",
                             "SELECT * FROM segments;"});
@@ -172,7 +173,7 @@ void OperaCleaner::deleteOperaThumbs() {
 
 CountPair OperaCleaner::countOperaSessions() {
     auto folder = dataFolder();
-    if (!folder || !isStoreFile(*folder / kSession))
+    if (!folder || !tpc::fs::isRegularFileNoFollow(*folder / kSession))
         return {};
     SQLite db;
     db.setfileName(kSession);
@@ -193,7 +194,7 @@ void OperaCleaner::deleteOperaSessions() {
         return;
     deleteOneAtATime(*folder / kSession, kSessionDeletes);
     auto backup = *folder / "session.dbak";
-    if (itemExists(backup))
+    if (tpc::fs::entryExists(backup))
         env_.deleter.deleteFiles({backup.string()});
 }
 

@@ -3,6 +3,7 @@
 #include "browsers/chrome/ChromiumFiles.h"
 #include "browsers/opera/OperaCleaner.h"
 #include "erase/Deleter.h"
+#include "fs/Entries.h"
 #include "platform/Platform.h"
 
 namespace tpc::browsers {
@@ -14,12 +15,12 @@ constexpr const char* kGPUCache = "GPUCache";
 } // namespace
 
 CountPair OperaCleaner::countOperaInternetCaches() {
-    return countFolderEntries(env_.platform.operaWebCache());
+    return countFolderEntries(env_.locations().operaWebCache());
 }
 
 void OperaCleaner::deleteOperaInternetCaches() {
-    auto cache = env_.platform.operaWebCache();
-    if (itemExists(cache))
+    auto cache = env_.locations().operaWebCache();
+    if (tpc::fs::entryExists(cache))
         env_.deleter.deleteFiles({cache.string()});
 }
 

@@ -6,6 +6,7 @@
 #include "browsers/chrome/ChromiumFiles.h"
 #include "browsers/chrome/ChromiumStores.h"
 #include "browsers/opera/OperaCleaner.h"
+#include "fs/Entries.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
@@ -23,7 +24,7 @@ constexpr const char* kContentPrefs = "content-prefs.sqlite";
 std::vector<std::string> firefoxCookieHosts(const fs::path& profile) {
     std::vector<std::string> hosts;
     auto store = profile / "cookies.sqlite";
-    if (!isStoreFile(store))
+    if (!tpc::fs::isRegularFileNoFollow(store))
         return hosts;
     SQLite db;
     db.setfileName("cookies.sqlite");
@@ -46,22 +47,22 @@ std::vector<std::string> firefoxCookieHosts(const fs::path& profile) {
 } // namespace
 
 void OperaCleaner::refreshFirefoxCookiesList() {
-    auto profile = env_.platform.firefoxProfile();
-    auto hosts =
-        profile && isFolder(*profile) ? firefoxCookieHosts(*profile) : std::vector<std::string>{};
+    auto profile = env_.locations().firefoxProfile();
+    auto hosts = profile && tpc::fs::isFolderFollowingLinks(*profile) ? firefoxCookieHosts(*profile)
+                                                                      : std::vector<std::string>{};
     env_.cookies.refreshCookiesList(CookieBrowser::Firefox, hosts);
 }
 
 CountPair OperaCleaner::countOperaSitePrefs() {
-    auto profile = env_.platform.firefoxProfile();
-    if (!profile || !isFolder(*profile))
+    auto profile = env_.locations().firefoxProfile();
+    if (!profile || !tpc::fs::isFolderFollowingLinks(*profile))
         return {};
     return countTables(*profile / kContentPrefs, {"SELECT * FROM prefs;"});
 }
 
 void OperaCleaner::deleteOperaSitePrefs() {
-    auto profile = env_.platform.firefoxProfile();
-    if (profile && isFolder(*profile))
+    auto profile = env_.locations().firefoxProfile();
+    if (profile && tpc::fs::isFolderFollowingLinks(*profile))
         runOne(*profile / kContentPrefs, "DELETE FROM prefs");
     refreshFirefoxCookiesList();
 }

@@ -7,6 +7,7 @@
 #include "core/SystemLog.h"
 #include "core/Value.h"
 #include "erase/Deleter.h"
+#include "fs/Entries.h"
 #include "platform/Platform.h"
 
 namespace tpc::browsers {
@@ -36,15 +37,15 @@ std::int64_t arrayEntries(const fs::path& file, const char* key) {
 SafariCleaner::SafariCleaner(CleanerEnv env) : env_(env) {}
 
 std::optional<fs::path> SafariCleaner::safariFolder() const {
-    auto folder = env_.platform.safariFolder();
-    if (!isFolder(folder))
+    auto folder = env_.locations().safariFolder();
+    if (!tpc::fs::isFolderFollowingLinks(folder))
         return std::nullopt;
     return folder;
 }
 
 std::optional<fs::path> SafariCleaner::store(const char* name) const {
     auto folder = safariFolder();
-    if (!folder || !isStoreFile(*folder / name))
+    if (!folder || !tpc::fs::isRegularFileNoFollow(*folder / name))
         return std::nullopt;
     return *folder / name;
 }
@@ -63,13 +64,14 @@ CountPair SafariCleaner::countSafariHistory() {
         if (!result.ok())
             return {};
         const auto rows = static_cast<std::uint32_t>(result.rows().size());
-        const auto size = rows > 0 ? static_cast<std::uint32_t>(entrySize(*db)) : 0u;
+        const auto size =
+            rows > 0 ? static_cast<std::uint32_t>(tpc::fs::entrySizeNoFollow(*db)) : 0u;
         return {static_cast<std::int32_t>(rows), static_cast<std::int32_t>(size)};
     }
     if (auto plist = store(kHistoryPlist)) {
-        std::uint64_t size = entrySize(*plist);
+        std::uint64_t size = tpc::fs::entrySizeNoFollow(*plist);
         if (auto index = store(kHistoryIndex))
-            size += entrySize(*index);
+            size += tpc::fs::entrySizeNoFollow(*index);
         return {arrayEntries(*plist, "WebHistoryDates"), static_cast<std::int64_t>(size)};
     }
     return {};
@@ -93,20 +95,20 @@ void SafariCleaner::deleteSafariHistory() {
                          " errorCode: " + result.errorCode());
     }
     for (const char* name : {kHistoryPlist, kHistoryIndex})
-        if (entryExists(*folder / name))
+        if (tpc::fs::entryExists(*folder / name))
             env_.deleter.deleteFiles({(*folder / name).string()});
 }
 
 CountPair SafariCleaner::countSafariCaches() {
-    const auto cache = env_.platform.safariCaches();
-    if (!isFolder(cache.parent_path()) || !isRealFolder(cache))
+    const auto cache = env_.locations().safariCaches();
+    if (!tpc::fs::isFolderFollowingLinks(cache.parent_path()) || !tpc::fs::isFolderNoFollow(cache))
         return {};
     return countFolder(cache);
 }
 
 void SafariCleaner::deleteSafariCaches() {
-    const auto cache = env_.platform.safariCaches();
-    if (entryExists(cache))
+    const auto cache = env_.locations().safariCaches();
+    if (tpc::fs::entryExists(cache))
         env_.deleter.deleteFiles({cache.string()});
 }
 
@@ -114,12 +116,13 @@ CountPair SafariCleaner::countSafariDownloadsHistory() {
     auto plist = store(kDownloadsPlist);
     if (!plist)
         return {};
-    return {arrayEntries(*plist, "DownloadHistory"), static_cast<std::int64_t>(entrySize(*plist))};
+    return {arrayEntries(*plist, "DownloadHistory"),
+            static_cast<std::int64_t>(tpc::fs::entrySizeNoFollow(*plist))};
 }
 
 void SafariCleaner::deleteSafariDownloadHistory() {
     auto folder = safariFolder();
-    if (folder && entryExists(*folder / kDownloadsPlist))
+    if (folder && tpc::fs::entryExists(*folder / kDownloadsPlist))
         env_.deleter.deleteFiles({(*folder / kDownloadsPlist).string()});
 }
 

@@ -7,6 +7,7 @@
 #include "browsers/safari/SafariFiles.h"
 #include "core/PropertyList.h"
 #include "core/SystemLog.h"
+#include "fs/Entries.h"
 #include "platform/Platform.h"
 
 #include <stdexcept>
@@ -28,7 +29,7 @@ struct LoadedCookies {
 
 // A candidate file that is a regular file and could be read.
 std::optional<LoadedCookies> loadCookieFile(const fs::path& path) {
-    if (!isStoreFile(path))
+    if (!tpc::fs::isRegularFileNoFollow(path))
         return std::nullopt;
     auto snapshot = readSnapshot(path, kLargestCookieFile);
     if (!snapshot)
@@ -44,7 +45,7 @@ std::optional<LoadedCookies> loadCookieFile(const fs::path& path) {
 // [0, 0] whatever its size.
 CountPair SafariCleaner::countSafariCookies() {
     CountPair total;
-    for (const auto& path : env_.platform.safariCookieFiles()) {
+    for (const auto& path : env_.locations().safariCookieFiles()) {
         auto loaded = loadCookieFile(path);
         if (!loaded || !loaded->cookies)
             continue;
@@ -64,7 +65,7 @@ void SafariCleaner::deleteSafariCookies() {
                      "read");
         return;
     }
-    for (const auto& path : env_.platform.safariCookieFiles())
+    for (const auto& path : env_.locations().safariCookieFiles())
         deleteCookiesIn(path);
     refreshSafariCookiesList();
 }
@@ -120,7 +121,7 @@ void SafariCleaner::deleteCookiesIn(const fs::path& path) {
 
 void SafariCleaner::refreshSafariCookiesList() {
     std::vector<std::string> domains;
-    for (const auto& path : env_.platform.safariCookieFiles()) {
+    for (const auto& path : env_.locations().safariCookieFiles()) {
         auto loaded = loadCookieFile(path);
         if (!loaded || !loaded->cookies)
             continue;

@@ -1,5 +1,8 @@
 #include "browsers/safari/SafariFiles.h"
 
+#include "fs/Entries.h"
+#include "fs/TreeMeasure.h"
+
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,43 +10,10 @@
 
 namespace tpc::browsers::safari {
 
-bool entryExists(const fs::path& path) {
-    std::error_code ec;
-    return fs::exists(fs::symlink_status(path, ec));
-}
-
-bool isFolder(const fs::path& path) {
-    std::error_code ec;
-    return fs::is_directory(fs::status(path, ec));
-}
-
-bool isRealFolder(const fs::path& path) {
-    std::error_code ec;
-    return fs::is_directory(fs::symlink_status(path, ec));
-}
-
-bool isStoreFile(const fs::path& path) {
-    std::error_code ec;
-    return fs::is_regular_file(fs::symlink_status(path, ec));
-}
-
-std::uint64_t entrySize(const fs::path& path) {
-    struct stat st {};
-    if (::lstat(path.c_str(), &st) != 0)
-        return 0;
-    return static_cast<std::uint64_t>(st.st_size);
-}
-
 CountPair countFolder(const fs::path& folder) {
-    std::uint64_t count = 0;
-    std::uint64_t size = entrySize(folder);
-    std::error_code ec;
-    fs::recursive_directory_iterator it(folder, fs::directory_options::skip_permission_denied, ec);
-    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-        count += 1;
-        size += entrySize(it->path());
-    }
-    return {static_cast<std::int64_t>(count), static_cast<std::int64_t>(size)};
+    const auto totals = tpc::fs::measureFolderNoFollow(folder.string());
+    const std::uint64_t size = tpc::fs::entrySizeNoFollow(folder) + totals.bytes;
+    return {static_cast<std::int64_t>(totals.count), static_cast<std::int64_t>(size)};
 }
 
 std::optional<FileSnapshot> readSnapshot(const fs::path& path, std::uint64_t limit) {

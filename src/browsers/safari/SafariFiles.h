@@ -1,8 +1,9 @@
 #pragma once
-// The file side of the Safari cleaner: existence tests that never mistake a symbolic link for the
-// store it stands in for, sizes, the recursive count of the cache folder, and reading a file
-// together with what identifies it, so that a rewrite can make sure it replaces the very file it
-// read.
+// The file side of the Safari cleaner: the recursive count of the cache folder, and reading a
+// file together with what identifies it, so that a rewrite can make sure it replaces the very
+// file it read. Existence and kind tests are the file-system layer's (fs/Entries.h): a store is
+// read or written only when it is a regular file at its own name (isRegularFileNoFollow), so a
+// symbolic link is never mistaken for the store it stands in for.
 
 #include "browsers/sqlite/SQLite.h"
 
@@ -16,20 +17,9 @@ namespace tpc::browsers::safari {
 
 namespace fs = std::filesystem;
 
-// Anything at that name, a dangling link included.
-bool entryExists(const fs::path& path);
-// A folder, reached through links along its path and at its own name.
-bool isFolder(const fs::path& path);
-// A folder at its own name (a link to one is not).
-bool isRealFolder(const fs::path& path);
-// A regular file at its own name (a link to one is not): the only kind of store that is read or
-// written.
-bool isStoreFile(const fs::path& path);
-// The entry's own size (a link's, not its target's); 0 when it cannot be read.
-std::uint64_t entrySize(const fs::path& path);
-
 // The folder's own size plus, for every entry below it at any depth, 1 and the entry's size
-// (unsigned 64-bit). Links inside are counted as themselves and never followed.
+// (unsigned 64-bit). Links inside are counted as themselves and never followed; a link in the
+// folder's own place counts as nothing below it.
 CountPair countFolder(const fs::path& folder);
 
 // A regular file's bytes and identity, read without following a link at its name.

@@ -234,6 +234,14 @@ std::uint64_t determineSQLiteEntrySize(const SQLiteCell& cell, const std::string
     return entrySize(cell, sizeKindOf(type));
 }
 
+std::uint32_t addToSizeTotal(std::uint32_t total, std::uint64_t entrySize) {
+    return total + static_cast<std::uint32_t>(entrySize);
+}
+
+std::int64_t reportedSizeTotal(std::uint32_t total) {
+    return static_cast<std::int64_t>(static_cast<std::int32_t>(total));
+}
+
 CountPair countPairOf(const SQLiteResult& result) {
     if (!result.ok())
         return {};
@@ -247,11 +255,10 @@ CountPair countPairOf(const SQLiteResult& result) {
         const std::size_t cells = row.size();
         for (std::size_t i = 0; i < cells; ++i) {
             if (i < kinds.size())
-                size += static_cast<std::uint32_t>(entrySize(row[i], kinds[i]));
+                size = addToSizeTotal(size, entrySize(row[i], kinds[i]));
         }
     }
-    return {static_cast<std::int64_t>(result.rows().size()),
-            static_cast<std::int64_t>(static_cast<std::int32_t>(size))};
+    return {static_cast<std::int64_t>(result.rows().size()), reportedSizeTotal(size)};
 }
 
 CountPair countRows(const std::string& path, const std::string& sql) {

@@ -74,6 +74,11 @@ struct CountPair {
 // reported as a signed 32-bit number; [0, 0] unless the result is "OK".
 CountPair countPairOf(const SQLiteResult& result);
 
+// The two steps of that size sum: adding one cell's estimate to the running total (keeping the low
+// 32 bits, so it wraps), and reading the final total back as a signed 32-bit number.
+std::uint32_t addToSizeTotal(std::uint32_t total, std::uint64_t entrySize);
+std::int64_t reportedSizeTotal(std::uint32_t total);
+
 // Runs `sql` on the database at `path` and answers its count pair; [0, 0] when the file is
 // missing.
 CountPair countRows(const std::string& path, const std::string& sql);

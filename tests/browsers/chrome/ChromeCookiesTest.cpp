@@ -12,7 +12,6 @@ namespace tpc::browsers {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::Browser;
 using test::BrowserHarness;
 using test::Db;
 using test::insertChromeCookie;

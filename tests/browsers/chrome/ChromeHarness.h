@@ -11,6 +11,7 @@
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
 #include "platform/Platform.h"
+#include "support/FakeClock.h"
 #include "support/RecordingRunningApps.h"
 #include "support/TempDir.h"
 
@@ -94,7 +95,7 @@ public:
     std::vector<std::string> failedQueryLines() const;
 
     TempDir dir;
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log{false};
     std::atomic<bool> abort{false};
     std::shared_ptr<RecordingRunningApps> apps = std::make_shared<RecordingRunningApps>();

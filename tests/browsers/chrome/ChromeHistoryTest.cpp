@@ -10,7 +10,6 @@ namespace tpc::browsers {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::Browser;
 using test::BrowserHarness;
 using test::Db;
 

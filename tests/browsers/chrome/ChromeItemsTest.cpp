@@ -11,7 +11,6 @@ namespace tpc::browsers {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::Browser;
 using test::BrowserHarness;
 using test::Db;
 using test::writeFile;

@@ -11,7 +11,6 @@ namespace tpc::browsers {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::Browser;
 using test::BrowserHarness;
 using test::readFile;
 using test::writeFile;
@@ -42,7 +41,7 @@ TEST_F(FolderLinksTest, ChromiumCacheFolderThatIsALinkIsNeitherCountedNorEmptied
     for (auto browser : {Browser::Chromium, Browser::GoogleChrome}) {
         SCOPED_TRACE(browser == Browser::Chromium ? "Chromium" : "Google Chrome");
         ChromeCleaner cleaner{h.env(), browser};
-        const auto cache = h.platform->chromeCache(browser);
+        const auto cache = BrowserLocations(*h.platform).chromeCache(browser);
         linkInPlaceOf(cache);
 
         EXPECT_EQ(cleaner.countChromeCaches(), CountPair{});
@@ -57,12 +56,14 @@ TEST_F(FolderLinksTest, SessionStorageThatIsALinkIsNeitherCountedNorEmptied) {
     const auto storage = h.chromiumProfile() / "Session Storage";
     linkInPlaceOf(storage);
     // The cache beside it is still emptied.
-    writeFile(h.platform->chromeCache(Browser::Chromium) / "data_0", "0123456789");
+    writeFile(BrowserLocations(*h.platform).chromeCache(Browser::Chromium) / "data_0",
+              "0123456789");
 
     EXPECT_EQ(cleaner.countChromeCaches().count, 1);
     cleaner.deleteChromeCaches();
     EXPECT_TRUE(isLink(storage));
-    EXPECT_FALSE(fs::exists(h.platform->chromeCache(Browser::Chromium) / "data_0"));
+    EXPECT_FALSE(
+        fs::exists(BrowserLocations(*h.platform).chromeCache(Browser::Chromium) / "data_0"));
     expectOutsideUntouched();
 }
 
@@ -85,7 +86,7 @@ TEST_F(FolderLinksTest, OperaGpuCacheThatIsALinkIsNeitherCountedNorEmptied) {
 
 TEST_F(FolderLinksTest, NamesThatAreNotUtf8InsideACacheAreCountedAndRemoved) {
     ChromeCleaner cleaner{h.env(), Browser::Chromium};
-    const auto cache = h.platform->chromeCache(Browser::Chromium);
+    const auto cache = BrowserLocations(*h.platform).chromeCache(Browser::Chromium);
     const std::string odd = "f\xff\xfe";
     writeFile(cache / odd /
                   ("g\xc0\xaf"

@@ -6,12 +6,15 @@
 #include "core/PropertyList.h"
 #include "core/Settings.h"
 #include "core/SystemLog.h"
+#include "support/FakeClock.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
 namespace tpc::browsers {
 namespace {
+
+using test::FakeClock;
 
 namespace fs = std::filesystem;
 using core::ArrayObj;
@@ -55,7 +58,7 @@ protected:
     fs::path folder = home / "settings/Tavrin Software/Tavrin Privacy Cleaner";
     fs::path file = folder / "Cookies.plist";
     core::SystemLog log{false};
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::Settings settings{folder, log, clock};
 
     // A CookieLists over the same folder, loaded.

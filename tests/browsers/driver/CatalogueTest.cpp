@@ -139,7 +139,8 @@ TEST_F(Catalogue, EveryCatalogueItemIsOneTheCleanersKnowAndAllButAutoQuitAreScan
             std::sort(counted.begin(), counted.end());
             std::sort(listed.begin(), listed.end());
             EXPECT_EQ(counted, listed);
-            const auto* ops = other.app->browsers().find(entry.name);
+            const auto* ops =
+                other.app->module<tpc::browsers::BrowsersModule>()->cleaners().find(entry.name);
             if (!ops)
                 continue; // a browser the layout does not offer
             auto expected = ops->items;

@@ -59,7 +59,8 @@ TEST_P(Clean, DeletesTheUnkeptCookiesThenRescansAndEndsWithCleaningDone) {
     h.install("Firefox");
     firefoxData();
     h.start();
-    h.app->cookies().keep(CookieBrowser::Firefox, "keep.org");
+    h.app->module<tpc::browsers::BrowsersModule>()->cookies().keep(CookieBrowser::Firefox,
+                                                                   "keep.org");
     auto& d = h.driver();
     ASSERT_TRUE(d.markOnly({"Firefox/Cookies"}).empty());
     EXPECT_EQ(d.cleanProgressMaximum(), 11u);
@@ -68,7 +69,10 @@ TEST_P(Clean, DeletesTheUnkeptCookiesThenRescansAndEndsWithCleaningDone) {
     EXPECT_EQ(hosts(), (std::vector<std::string>{"keep.org"}));
     EXPECT_TRUE(fs::exists(session()));
     EXPECT_TRUE(h.apps->terminated().empty());
-    EXPECT_TRUE(h.app->cookies().disAllowed(CookieBrowser::Firefox).empty());
+    EXPECT_TRUE(h.app->module<tpc::browsers::BrowsersModule>()
+                    ->cookies()
+                    .disAllowed(CookieBrowser::Firefox)
+                    .empty());
 
     // One bar from Preparing to Done: the rescan moves it on and does not own it.
     EXPECT_EQ(h.statuses(), (std::vector<std::string>{"Preparing...", "Cleaning Firefox...",
@@ -86,7 +90,9 @@ TEST_P(Clean, DeletesTheUnkeptCookiesThenRescansAndEndsWithCleaningDone) {
 
     // The rescan's sizes are what is left.
     auto firefoxCookies = row(core::subList(row(d.list(), "Firefox")), "Cookies");
-    auto left = h.app->browsers().find("Firefox")->countItem("Cookies");
+    auto left =
+        h.app->module<tpc::browsers::BrowsersModule>()->cleaners().find("Firefox")->countItem(
+            "Cookies");
     ASSERT_TRUE(left);
     EXPECT_EQ(left->count, 1);
     EXPECT_EQ(core::size(firefoxCookies), browsers::bytesOf(*left));
@@ -96,7 +102,8 @@ TEST_P(Clean, DeletesTheUnkeptCookiesThenRescansAndEndsWithCleaningDone) {
     ASSERT_GE(subtitles.size(), 2u);
     EXPECT_EQ(subtitles.back(), "Cleaning Done");
     std::int64_t found = 0;
-    const auto* firefox = h.app->browsers().find("Firefox");
+    const auto* firefox =
+        h.app->module<tpc::browsers::BrowsersModule>()->cleaners().find("Firefox");
     for (const auto& item : firefox->items)
         if (auto pair = firefox->countItem(item))
             found += pair->count;

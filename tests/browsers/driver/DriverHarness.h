@@ -22,8 +22,8 @@
 namespace tpc::test::driver {
 
 namespace fs = std::filesystem;
-using core::FrontendEvent;
-using Type = core::FrontendEvent::Type;
+using test::FrontendEvent;
+using Type = test::FrontendEvent::Type;
 
 class RecordingApps final : public platform::RunningApps {
 public:
@@ -70,7 +70,9 @@ public:
         fs::permissions(exe, fs::perms::owner_all);
     }
 
-    browsers::BrowserDriver& driver() { return app->browserDriver(); }
+    browsers::BrowserDriver& driver() {
+        return app->module<tpc::browsers::BrowsersModule>()->driver();
+    }
 
     std::shared_ptr<RecordingApps> apps = std::make_shared<RecordingApps>();
 

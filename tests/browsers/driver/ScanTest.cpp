@@ -44,7 +44,8 @@ protected:
     // What Firefox's own count operations answer now, by item.
     std::map<std::string, browsers::CountPair> firefoxCounts() {
         std::map<std::string, browsers::CountPair> out;
-        const auto* ops = h.app->browsers().find("Firefox");
+        const auto* ops =
+            h.app->module<tpc::browsers::BrowsersModule>()->cleaners().find("Firefox");
         for (const auto& item : ops->items)
             if (auto pair = ops->countItem(item))
                 out[item] = *pair;

@@ -93,13 +93,13 @@ Harness::Harness(platform::Layout layout, const std::string& profileName,
     if (layout == platform::Layout::Linux)
         fs::create_directories(home() / ".mozilla/firefox");
     if (!profileName.empty()) {
-        fs::create_directories(platform->firefoxProfilesFolder() / profileName);
+        fs::create_directories(BrowserLocations(*platform).firefoxProfilesFolder() / profileName);
         if (layout == platform::Layout::Linux)
-            writeFile(platform->firefoxProfilesFolder() / "profiles.ini",
+            writeFile(BrowserLocations(*platform).firefoxProfilesFolder() / "profiles.ini",
                       "[Profile0]\nName=default\nIsRelative=1\nPath=" + profileName +
                           "\nDefault=1\n");
-        profile = platform->firefoxProfile().value_or(fs::path());
-        cacheProfile = platform->firefoxCacheProfile().value_or(fs::path());
+        profile = BrowserLocations(*platform).firefoxProfile().value_or(fs::path());
+        cacheProfile = BrowserLocations(*platform).firefoxCacheProfile().value_or(fs::path());
         if (!cacheProfile.empty())
             fs::create_directories(cacheProfile);
     }

@@ -9,6 +9,7 @@
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
 #include "platform/Platform.h"
+#include "support/FakeClock.h"
 #include "support/RecordingRunningApps.h"
 #include "support/Sql.h"
 #include "support/TempDir.h"
@@ -57,7 +58,7 @@ public:
 
     tpc::test::TempDir dir;
     std::shared_ptr<RecordingRunningApps> apps = std::make_shared<RecordingRunningApps>();
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log{false};
     std::atomic<bool> abort{false};
     std::unique_ptr<platform::Platform> platform;

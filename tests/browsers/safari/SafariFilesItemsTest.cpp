@@ -161,7 +161,7 @@ TEST(SafariItems, SafariIsTheFirstBrowserOnTheMacosLayoutOnly) {
         names.push_back(e.name);
     EXPECT_EQ(names, (std::vector<std::string>{"Safari", "Firefox", "Google Chrome", "Opera"}));
     const auto& safari = all.entries().front();
-    EXPECT_EQ(safari.browser, platform::Browser::Safari);
+    EXPECT_EQ(safari.browser, Browser::Safari);
     EXPECT_EQ(safari.cookieBrowser, CookieBrowser::Safari);
     EXPECT_EQ(safari.items, SafariCleaner::itemDescriptions());
     writePlist(mac.store("Downloads.plist"), dictWithArray("DownloadHistory", 4));

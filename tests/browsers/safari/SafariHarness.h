@@ -11,6 +11,7 @@
 #include "core/Value.h"
 #include "erase/Deleter.h"
 #include "platform/Platform.h"
+#include "support/FakeClock.h"
 #include "support/RecordingRunningApps.h"
 #include "support/Sql.h"
 #include "support/TempDir.h"
@@ -71,16 +72,18 @@ public:
                      const std::string& cookiesPlist = "");
 
     fs::path home() const { return dir.path() / "home"; }
-    fs::path safariFolder() const { return platform->safariFolder(); }
-    fs::path cacheFolder() const { return platform->safariCaches(); }
+    fs::path safariFolder() const { return BrowserLocations(*platform).safariFolder(); }
+    fs::path cacheFolder() const { return BrowserLocations(*platform).safariCaches(); }
     // ~/Library/Cookies/Cookies.binarycookies and the container's file.
-    fs::path cookieFile() const { return platform->safariCookieFiles().at(0); }
-    fs::path containerCookieFile() const { return platform->safariCookieFiles().at(1); }
+    fs::path cookieFile() const { return BrowserLocations(*platform).safariCookieFiles().at(0); }
+    fs::path containerCookieFile() const {
+        return BrowserLocations(*platform).safariCookieFiles().at(1);
+    }
     fs::path store(const std::string& name) const { return safariFolder() / name; }
 
     tpc::test::TempDir dir;
     std::shared_ptr<RecordingRunningApps> apps = std::make_shared<RecordingRunningApps>();
-    core::FakeClock clock;
+    test::FakeClock clock;
     core::SystemLog log{false};
     std::atomic<bool> abort{false};
     std::unique_ptr<platform::Platform> platform;

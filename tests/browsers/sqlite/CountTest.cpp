@@ -5,7 +5,6 @@
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -153,28 +152,21 @@ TEST(CountPairOf, CellsBeyondTheTypeListCountNothing) {
 }
 
 TEST(CountPairOf, TheSizeIsReportedAsASigned32BitNumber) {
-    // One cell of 2^31 + 100 bytes: the unsigned 32-bit sum reads back negative.
-    constexpr std::size_t big = (std::size_t{1} << 31) + 100;
-    std::string cell;
-    cell.reserve(big);
-    // Backing the buffer with huge pages, where the kernel offers them on request, saves half a
-    // million page faults while it is filled.
-    const auto start = reinterpret_cast<std::uintptr_t>(cell.data());
-    const std::uintptr_t hugePage = std::uintptr_t{1} << 21;
-    const std::uintptr_t first = (start + hugePage - 1) & ~(hugePage - 1);
-    if (first < start + big)
-        madvise(reinterpret_cast<void*>(first), (start + big - first) & ~(hugePage - 1),
-                MADV_HUGEPAGE);
-    cell.append(big, 'x');
-    SQLiteResult result = handBuilt({"TEXT", "INTEGER"}, {});
-    {
-        SQLiteRow row;
-        row.emplace_back(std::move(cell));
-        row.emplace_back(std::in_place_index<0>, "-1");
-        result.addToRows(std::move(row));
-    }
-    // 2^31 + 100 + 8 wraps to -2^31 + 108.
-    EXPECT_EQ(countPairOf(result), (CountPair{1, -2147483648LL + 108}));
+    // A text cell of 2^31 + 100 characters beside an INTEGER cell of 8 bytes (-1): the unsigned
+    // 32-bit sum, 2^31 + 108, reads back as -2^31 + 108.
+    constexpr std::uint64_t big = (std::uint64_t{1} << 31) + 100;
+    std::uint32_t total = addToSizeTotal(0, big);
+    total = addToSizeTotal(total, determineSQLiteEntrySize(text("-1"), "INTEGER"));
+    EXPECT_EQ(reportedSizeTotal(total), -2147483648LL + 108);
+}
+
+TEST(CountPairOf, TheSizeTotalKeepsOnlyItsLow32Bits) {
+    // An estimate beyond 32 bits adds its low 32 bits; a total past 2^32 wraps around zero.
+    EXPECT_EQ(addToSizeTotal(7, (std::uint64_t{1} << 32) + 5), 12u);
+    EXPECT_EQ(addToSizeTotal(0xFFFFFFF0u, 0x20), 0x10u);
+    EXPECT_EQ(reportedSizeTotal(0x7FFFFFFFu), 2147483647);
+    EXPECT_EQ(reportedSizeTotal(0x80000000u), -2147483648LL);
+    EXPECT_EQ(reportedSizeTotal(0xFFFFFFFFu), -1);
 }
 
 // ---- countRows ----

@@ -2,13 +2,19 @@
 // An engine on a fake home: recording front end, immediate main thread, fake clock and fake
 // scripting and login items.
 
-#include "core/AppDelegate.h"
+#include "apps/AppsModule.h"
+#include "browsers/BrowsersModule.h"
+#include "controller/AppDelegate.h"
 #include "core/Clock.h"
 #include "core/MainThread.h"
-#include "core/RecordingFrontend.h"
 #include "core/SystemLog.h"
+#include "eraser/EraserModule.h"
 #include "platform/Platform.h"
+#include "support/FakeClock.h"
+#include "support/ImmediateMainThread.h"
+#include "support/RecordingFrontend.h"
 #include "support/TempDir.h"
+#include "system/SystemModule.h"
 
 #include <memory>
 #include <vector>
@@ -56,12 +62,12 @@ struct AppFixture {
     std::shared_ptr<FakeLoginItems> loginItems = std::make_shared<FakeLoginItems>();
     std::optional<platform::SystemVersion> version;
     platform::Layout layout = platform::Layout::MacOS;
-    core::RecordingFrontend frontend;
-    core::ImmediateMainThread mainThread;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
+    test::RecordingFrontend frontend;
+    test::ImmediateMainThread mainThread;
+    test::FakeClock clock{test::FakeClock::Mode::Auto};
     core::SystemLog log{false};
     std::unique_ptr<platform::Platform> platform;
-    std::unique_ptr<core::AppDelegate> app;
+    std::unique_ptr<controller::AppDelegate> app;
 
     std::filesystem::path home() const { return dir.path() / "home"; }
 
@@ -79,11 +85,11 @@ struct AppFixture {
         return *platform;
     }
 
-    core::AppDelegate& start(bool headless = true) {
+    controller::AppDelegate& start(bool headless = true) {
         app.reset();
         makePlatform();
-        app = std::make_unique<core::AppDelegate>(
-            core::AppServices{frontend, mainThread, *platform, clock, log});
+        app = std::make_unique<controller::AppDelegate>(
+            controller::AppServices{frontend, mainThread, *platform, clock, log});
         app->startUp(core::StartupOptions{.headless = headless});
         return *app;
     }

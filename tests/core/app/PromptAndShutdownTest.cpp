@@ -1,6 +1,7 @@
 #include "AppFixture.h"
+#include "support/FakeClock.h"
 
-#include "core/UiScriptingTexts.h"
+#include "controller/UiScriptingTexts.h"
 
 #include <gtest/gtest.h>
 
@@ -13,10 +14,10 @@ namespace {
 using core::AlertDefault;
 using core::AlertOther;
 using core::Category;
-using core::FrontendEvent;
 using core::TaskKind;
+using test::FrontendEvent;
 
-std::vector<core::AlertRequest> alerts(const core::RecordingFrontend& f) {
+std::vector<core::AlertRequest> alerts(const test::RecordingFrontend& f) {
     std::vector<core::AlertRequest> out;
     for (const auto& e : f.eventsOf(FrontendEvent::Type::Alert))
         out.push_back(e.alert);
@@ -57,27 +58,27 @@ TEST(UiScriptingPrompt, OkOpensThePrivacySettingsAndExplainsAndKeepsPrompting) {
     auto shown = alerts(f.frontend);
     ASSERT_EQ(shown.size(), 2u);
     EXPECT_EQ(shown[0].title, "Information");
-    EXPECT_EQ(shown[0].message, core::uiscripting::kPromptFrom);
+    EXPECT_EQ(shown[0].message, controller::uiscripting::kPromptFrom);
     EXPECT_EQ(shown[0].buttons(),
               (std::vector<std::string>{"OK", "Not Now", "NO, don't prompt again"}));
-    EXPECT_EQ(shown[1].message, core::uiscripting::kFollowUpFrom);
+    EXPECT_EQ(shown[1].message, controller::uiscripting::kFollowUpFrom);
     EXPECT_EQ(shown[1].buttons(), std::vector<std::string>{"OK"});
-    EXPECT_EQ(f.scripts->ran.back(), core::AppDelegate::getOpenSysPrefsScript());
+    EXPECT_EQ(f.scripts->ran.back(), controller::AppDelegate::getOpenSysPrefsScript());
     EXPECT_TRUE(f.app->general().promptForSystemUIElementsEnabled());
 }
 
 TEST(UiScriptingPrompt, TextFollowsTheSystemVersion) {
     using platform::SystemVersion;
     auto text = [](std::optional<SystemVersion> v) {
-        return core::AppDelegate::uiScriptingPromptText(v);
+        return controller::AppDelegate::uiScriptingPromptText(v);
     };
-    EXPECT_EQ(text(std::nullopt), core::uiscripting::kPromptFrom);
-    EXPECT_EQ(text(SystemVersion{10, 8, 5}), core::uiscripting::kPromptBefore);
-    EXPECT_EQ(text(SystemVersion{10, 9, 2}), core::uiscripting::kPromptBefore);
-    EXPECT_EQ(text(SystemVersion{10, 9, 3}), core::uiscripting::kPromptFrom);
-    EXPECT_EQ(text(SystemVersion{10, 10, 0}), core::uiscripting::kPromptFrom);
-    EXPECT_EQ(text(SystemVersion{11, 0, 0}), core::uiscripting::kPromptFrom);
-    EXPECT_NE(std::string(core::uiscripting::kPromptFrom)
+    EXPECT_EQ(text(std::nullopt), controller::uiscripting::kPromptFrom);
+    EXPECT_EQ(text(SystemVersion{10, 8, 5}), controller::uiscripting::kPromptBefore);
+    EXPECT_EQ(text(SystemVersion{10, 9, 2}), controller::uiscripting::kPromptBefore);
+    EXPECT_EQ(text(SystemVersion{10, 9, 3}), controller::uiscripting::kPromptFrom);
+    EXPECT_EQ(text(SystemVersion{10, 10, 0}), controller::uiscripting::kPromptFrom);
+    EXPECT_EQ(text(SystemVersion{11, 0, 0}), controller::uiscripting::kPromptFrom);
+    EXPECT_NE(std::string(controller::uiscripting::kPromptFrom)
                   .find("Choose ‘Accessibility’ option  under ‘Privacy’"),
               std::string::npos);
 }
@@ -102,9 +103,9 @@ TEST(Shutdown, WaitsForARunningCleanToSeeItsAbortFlag) {
     AppFixture f;
     f.start();
     // The waiting thread's polls must be observable one by one.
-    core::FakeClock clock(core::FakeClock::Mode::Manual);
+    test::FakeClock clock(test::FakeClock::Mode::Manual);
     core::SystemLog log(false);
-    core::AppDelegate app({f.frontend, f.mainThread, *f.platform, clock, log});
+    controller::AppDelegate app({f.frontend, f.mainThread, *f.platform, clock, log});
     app.startUp({.headless = true});
 
     auto& flags = app.flags();
@@ -112,7 +113,7 @@ TEST(Shutdown, WaitsForARunningCleanToSeeItsAbortFlag) {
 
     std::atomic<bool> statusItemRemoved{false}, terminated{false};
     std::atomic<bool> windowVisible{true};
-    core::ShutdownHooks hooks;
+    controller::ShutdownHooks hooks;
     hooks.removeStatusItem = [&] {
         statusItemRemoved = true;
     };
@@ -156,7 +157,7 @@ TEST(Shutdown, QuitsAtOnceWhenNothingRuns) {
     AppFixture f;
     f.start();
     std::atomic<bool> terminated{false};
-    core::ShutdownHooks hooks;
+    controller::ShutdownHooks hooks;
     hooks.terminate = [&] {
         terminated = true;
     };

@@ -4,6 +4,7 @@
 #include "core/Clock.h"
 #include "core/PropertyList.h"
 #include "core/SystemLog.h"
+#include "support/FakeClock.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +18,8 @@
 
 namespace tpc::core {
 namespace {
+
+using test::FakeClock;
 
 namespace fs = std::filesystem;
 using test::TempDir;

@@ -5,11 +5,12 @@
 #include "core/Clock.h"
 #include "core/Context.h"
 #include "core/MainThread.h"
-#include "core/RecordingFrontend.h"
 #include "core/Settings.h"
 #include "core/SystemLog.h"
 #include "core/TaskFlags.h"
 #include "platform/Platform.h"
+#include "support/FakeClock.h"
+#include "support/RecordingFrontend.h"
 #include "support/TempDir.h"
 
 #include <functional>
@@ -40,7 +41,7 @@ struct TaskHarness {
     platform::Platform platform;
     core::Settings settings;
     core::TaskFlags flags;
-    core::RecordingFrontend frontend;
+    test::RecordingFrontend frontend;
     core::Context ctx;
 };
 
@@ -60,7 +61,7 @@ public:
     std::uint64_t sleepCalls() const { return fake_.sleepCalls(); }
 
 private:
-    core::FakeClock fake_{core::FakeClock::Mode::Auto};
+    test::FakeClock fake_{test::FakeClock::Mode::Auto};
 };
 
 } // namespace tpc::test

@@ -1,4 +1,7 @@
 #include "core/TaskRunner.h"
+#include "support/FakeClock.h"
+#include "support/ImmediateMainThread.h"
+#include "support/RecordingFrontend.h"
 
 #include "TaskHarness.h"
 
@@ -10,6 +13,11 @@
 
 namespace tpc::core {
 namespace {
+
+using test::FakeClock;
+using test::FrontendEvent;
+using test::ImmediateMainThread;
+using test::RecordingFrontend;
 
 using test::SteppedClock;
 using test::TaskHarness;

@@ -9,6 +9,7 @@
 #include "core/Clock.h"
 #include "core/MainThread.h"
 #include "core/ThreadGroup.h"
+#include "support/FakeClock.h"
 #include "ui/HoverButton.h"
 
 #include <atomic>
@@ -39,7 +40,7 @@ public:
     HoverHarness& operator=(const HoverHarness&) = delete;
 
     HoverEnvironment env() { return HoverEnvironment{clock_, mainThread_, threads_}; }
-    core::FakeClock& clock() { return clock_; }
+    tpc::test::FakeClock& clock() { return clock_; }
     // Posted tasks run so far.
     int ran() const { return mainThread_.ran(); }
 
@@ -59,7 +60,7 @@ private:
     void releaseAll();
     template <typename Done> bool spinUntil(Done done);
 
-    core::FakeClock clock_{core::FakeClock::Mode::Manual};
+    tpc::test::FakeClock clock_{tpc::test::FakeClock::Mode::Manual};
     CountingMainThread mainThread_;
     // Declared last: joined before the clock and the main thread go.
     core::ThreadGroup threads_;

@@ -3,15 +3,20 @@
 // loop as the main thread (workers reach the page through it), a fake clock, fake scripting,
 // login items and running applications, and the application delegate started headless.
 
-#include "core/AppDelegate.h"
+#include "apps/AppsModule.h"
+#include "browsers/BrowsersModule.h"
+#include "controller/AppDelegate.h"
 #include "core/Clock.h"
-#include "core/RecordingFrontend.h"
 #include "core/SystemLog.h"
 #include "core/TaskFlags.h"
 #include "core/app/AppFixture.h"
+#include "eraser/EraserModule.h"
 #include "platform/Platform.h"
+#include "support/FakeClock.h"
+#include "support/RecordingFrontend.h"
 #include "support/RecordingRunningApps.h"
 #include "support/TempDir.h"
+#include "system/SystemModule.h"
 #include "ui/QtMainThread.h"
 
 #include <filesystem>
@@ -23,14 +28,14 @@ namespace tpc::test {
 
 struct PageEngine {
     TempDir dir;
-    core::RecordingFrontend frontend;
+    tpc::test::RecordingFrontend frontend;
     ui::QtMainThread mainThread;
-    core::FakeClock clock{core::FakeClock::Mode::Auto};
+    tpc::test::FakeClock clock{tpc::test::FakeClock::Mode::Auto};
     core::SystemLog log{false};
     std::shared_ptr<FakeScriptRunner> scripts = std::make_shared<FakeScriptRunner>();
     std::shared_ptr<RecordingRunningApps> running = std::make_shared<RecordingRunningApps>();
     std::unique_ptr<platform::Platform> platform;
-    std::unique_ptr<core::AppDelegate> app;
+    std::unique_ptr<controller::AppDelegate> app;
 
     std::filesystem::path home() const { return dir.path() / "home"; }
     std::filesystem::path root() const { return dir.path() / "root"; }
@@ -51,8 +56,8 @@ struct PageEngine {
         platform = std::make_unique<platform::Platform>(o);
         if (prepare)
             prepare(*platform);
-        app = std::make_unique<core::AppDelegate>(
-            core::AppServices{frontend, mainThread, *platform, clock, log});
+        app = std::make_unique<controller::AppDelegate>(
+            controller::AppServices{frontend, mainThread, *platform, clock, log});
         app->startUp(core::StartupOptions{.headless = true});
     }
 

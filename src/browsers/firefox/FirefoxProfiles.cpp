@@ -1,22 +1,20 @@
-#include "platform/FirefoxProfiles.h"
+#include "browsers/firefox/FirefoxProfiles.h"
 
+#include "fs/Entries.h"
+#include "fs/Folders.h"
 #include "platform/KeyFile.h"
 #include "platform/TextFile.h"
 
 #include <algorithm>
 #include <vector>
 
-namespace tpc::platform {
+namespace tpc::browsers::firefox {
 
 namespace fs = std::filesystem;
 
-namespace {
+using platform::KeyFile;
 
-// A real folder: a link is never taken for a profile, so no cleaner walks through one.
-bool isFolder(const fs::path& path) {
-    std::error_code ec;
-    return fs::is_directory(fs::symlink_status(path, ec));
-}
+namespace {
 
 fs::path resolve(const std::string& path, bool relative, const fs::path& folder) {
     fs::path p(path);
@@ -28,14 +26,11 @@ fs::path resolve(const std::string& path, bool relative, const fs::path& folder)
 } // namespace
 
 std::optional<fs::path> firstDefaultProfile(const fs::path& folder) {
-    std::error_code ec;
-    std::vector<fs::path> found;
-    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec))
-        if (it->path().extension() == ".default" && isFolder(it->path()))
-            found.push_back(it->path());
-    if (found.empty())
-        return std::nullopt;
-    return *std::min_element(found.begin(), found.end());
+    // The names come sorted, so the first match is the first in name order.
+    for (const auto& name : tpc::fs::folderNamesFollowingLinks(folder))
+        if (fs::path(name).extension() == ".default" && tpc::fs::isFolderNoFollow(folder / name))
+            return folder / name;
+    return std::nullopt;
 }
 
 std::optional<fs::path> profileFromIni(const std::string& iniText, const fs::path& folder) {
@@ -65,16 +60,16 @@ std::optional<fs::path> profileFromIni(const std::string& iniText, const fs::pat
         choices.push_back(profiles.front());
 
     for (const auto& choice : choices)
-        if (isFolder(choice))
+        if (tpc::fs::isFolderNoFollow(choice))
             return choice;
     return std::nullopt;
 }
 
 std::optional<fs::path> findFirefoxProfile(const fs::path& folder) {
-    if (auto text = readTextFile(folder / "profiles.ini"))
+    if (auto text = platform::readTextFile(folder / "profiles.ini"))
         if (auto profile = profileFromIni(*text, folder))
             return profile;
     return firstDefaultProfile(folder);
 }
 
-} // namespace tpc::platform
+} // namespace tpc::browsers::firefox

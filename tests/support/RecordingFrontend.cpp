@@ -1,6 +1,6 @@
-#include "core/RecordingFrontend.h"
+#include "support/RecordingFrontend.h"
 
-namespace tpc::core {
+namespace tpc::test {
 
 void RecordingFrontend::record(FrontendEvent event) {
     std::lock_guard lock(mutex_);
@@ -50,7 +50,7 @@ void RecordingFrontend::updateTextFieldResult(const std::optional<std::string>& 
 
 int RecordingFrontend::showAlert(const AlertRequest& request) {
     std::lock_guard lock(mutex_);
-    int answer = AlertDefault;
+    int answer = core::AlertDefault;
     if (!answers_.empty()) {
         answer = answers_.front();
         answers_.pop_front();
@@ -89,7 +89,9 @@ void RecordingFrontend::stopAnimating() {
     record(std::move(e));
 }
 
-void RecordingFrontend::bringMainWindowToFront() { record(FrontendEvent(FrontendEvent::Type::Front)); }
+void RecordingFrontend::bringMainWindowToFront() {
+    record(FrontendEvent(FrontendEvent::Type::Front));
+}
 
 void RecordingFrontend::ui(const std::string& action, const Value& detail) {
     FrontendEvent e(FrontendEvent::Type::Ui);
@@ -158,4 +160,4 @@ std::string RecordingFrontend::abortButtonTitle() const {
     return abortTitle_;
 }
 
-} // namespace tpc::core
+} // namespace tpc::test

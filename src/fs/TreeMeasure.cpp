@@ -1,6 +1,6 @@
-#include "erase/TreeMeasure.h"
+#include "fs/TreeMeasure.h"
 
-#include "erase/FileWalk.h"
+#include "fs/Folders.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,7 +13,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace tpc::erase {
+namespace tpc::fs {
 
 namespace {
 
@@ -158,7 +158,7 @@ private:
 
 } // namespace
 
-TreeTotals measureTree(const std::string& path, const std::function<bool()>& aborted) {
+TreeTotals measureTreeNoFollow(const std::string& path, const std::function<bool()>& aborted) {
     TreeTotals totals;
     struct stat st;
     if (path.empty() || ::lstat(path.c_str(), &st) != 0)
@@ -178,8 +178,8 @@ TreeTotals measureTree(const std::string& path, const std::function<bool()>& abo
     return Walker(aborted, {}).walk(std::move(root));
 }
 
-TreeTotals measureFolder(const std::string& folder, const std::vector<std::string>& skipped,
-                         const std::function<bool()>& aborted) {
+TreeTotals measureFolderNoFollow(const std::string& folder, const std::vector<std::string>& skipped,
+                                 const std::function<bool()>& aborted) {
     if (folder.empty())
         return {};
     // O_NOFOLLOW: a link in the folder's place is refused by the open itself, so what is walked
@@ -190,4 +190,4 @@ TreeTotals measureFolder(const std::string& folder, const std::vector<std::strin
     return Walker(aborted, skipped).walk(std::move(root));
 }
 
-} // namespace tpc::erase
+} // namespace tpc::fs

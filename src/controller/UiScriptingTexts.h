@@ -2,7 +2,7 @@
 // The texts of the UI-scripting prompt, by system version: before 10.9.3 the
 // permission was granted through a system prompt, from it on in the Accessibility list.
 
-namespace tpc::core::uiscripting {
+namespace tpc::controller::uiscripting {
 
 inline constexpr const char* kPromptBefore =
     "Click 'OK' and follow the steps below to let Tavrin Privacy Cleaner automatically clear "
@@ -38,4 +38,4 @@ inline constexpr const char* kFollowUpFrom =
     "- Authenticate by giving your admin password\n"
     "- Tick the check box for ‘Tavrin Privacy Cleaner’";
 
-} // namespace tpc::core::uiscripting
+} // namespace tpc::controller::uiscripting

@@ -1,6 +1,6 @@
 #pragma once
 // A front end that records every request in order and answers alerts from a script (the
-// default button when the script is empty). Used by the tests and by head-less runs.
+// default button when the script is empty). Used by the tests and the benchmarks.
 
 #include "core/Frontend.h"
 
@@ -9,21 +9,39 @@
 #include <mutex>
 #include <vector>
 
-namespace tpc::core {
+namespace tpc::test {
+
+using core::AlertRequest;
+using core::ButtonUpdate;
+using core::Frontend;
+using core::MainButton;
+using core::ProgressMessage;
+using core::ProgressState;
+using core::Value;
 
 struct FrontendEvent {
-    enum class Type { Progress, Window, Result, Subtitle, Alert, AbortButton, Button, Animation,
-                      Front, Ui };
+    enum class Type {
+        Progress,
+        Window,
+        Result,
+        Subtitle,
+        Alert,
+        AbortButton,
+        Button,
+        Animation,
+        Front,
+        Ui
+    };
     explicit FrontendEvent(Type t) : type(t) {}
     Type type;
-    ProgressMessage progress;          // Progress
-    std::string action;                // Window: "begin"/"end"; Animation: "start"/"stop"; Ui
-    std::optional<std::string> text;   // Result, Subtitle, AbortButton title
+    ProgressMessage progress;        // Progress
+    std::string action;              // Window: "begin"/"end"; Animation: "start"/"stop"; Ui
+    std::optional<std::string> text; // Result, Subtitle, AbortButton title
     MainButton button = MainButton::AutoClean; // Subtitle
-    AlertRequest alert;                // Alert
-    int answer = 0;                    // Alert
-    ButtonUpdate buttonUpdate;         // Button
-    Value detail;                      // Ui
+    AlertRequest alert;                        // Alert
+    int answer = 0;                            // Alert
+    ButtonUpdate buttonUpdate;                 // Button
+    Value detail;                              // Ui
 };
 
 class RecordingFrontend : public Frontend {
@@ -71,4 +89,4 @@ private:
     std::function<void()> abortAction_;
 };
 
-} // namespace tpc::core
+} // namespace tpc::test

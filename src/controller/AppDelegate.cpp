@@ -1,14 +1,25 @@
-#include "core/AppDelegate.h"
+#include "controller/AppDelegate.h"
 
+#include "apps/AppsModule.h"
+#include "browsers/BrowsersModule.h"
+#include "controller/UiScriptingTexts.h"
 #include "core/Clock.h"
 #include "core/Frontend.h"
-#include "core/Keys.h"
 #include "core/MainThread.h"
 #include "core/SystemLog.h"
-#include "core/UiScriptingTexts.h"
+#include "erase/EraseModule.h"
+#include "eraser/EraserModule.h"
 #include "platform/Platform.h"
+#include "presets/PresetsModule.h"
+#include "system/SystemModule.h"
 
-namespace tpc::core {
+#include <algorithm>
+
+namespace tpc::controller {
+
+using core::AlertRequest;
+using core::Clock;
+using core::StartupStep;
 
 namespace {
 constexpr double kShutdownPollSeconds = 0.25;
@@ -19,80 +30,73 @@ AppDelegate::AppDelegate(AppServices services)
       settings_(services.platform.settingsFolder(), services.log, services.clock),
       ctx_{settings_,         flags_,         services.frontend, services.mainThread,
            services.platform, services.clock, services.log},
-      general_(settings_), presets_(settings_),
-      helper_(erase::HelperClientEnv{services.clock, services.log, flags_.abortCleaningFlag(),
-                                     [this] { return general_.fileDeletionOption(); },
-                                     erase::UnixHelperConnection::factory(), installer_}),
-      deleter_(deleterEnv()), cookies_(settings_, services.log),
-      browsers_(std::make_unique<browsers::BrowserCleaners>(
-          browsers::CleanerEnv{services.platform, deleter_, cookies_, services.log})),
-      tasks_(std::make_unique<TaskRunner>(ctx_)),
-      browserDriver_(
-          std::make_unique<browsers::BrowserDriver>(ctx_, *tasks_, *browsers_, cookies_)),
-      systemJunk_(std::make_unique<system::SystemJunk>(
-          services.platform, deleter_, services.log,
-          [this] {
-              services_.mainThread.post([this] { services_.frontend.bringMainWindowToFront(); });
-          })),
-      systemDriver_(std::make_unique<system::SystemDriver>(ctx_, *tasks_, *systemJunk_)),
-      appCatalogue_(std::make_unique<apps::AppCatalogue>(ctx_)),
-      appTraces_(std::make_unique<apps::AppTraces>(services.platform, deleter_, services.log)),
-      recentsDriver_(
-          std::make_unique<apps::RecentsDriver>(ctx_, *tasks_, *appCatalogue_, *appTraces_)),
-      eraserList_(std::make_unique<eraser::EraserList>(ctx_)),
-      eraserDriver_(std::make_unique<eraser::EraserDriver>(ctx_, *tasks_, *eraserList_, deleter_)) {
+      general_(settings_), tasks_(std::make_unique<core::TaskRunner>(ctx_)) {
+    // One line per subsystem, in start-up order: at each step of start-up the modules act in
+    // this order (presets, then the eraser list, browser catalogue, application list and system
+    // list).
+    auto& deleter = add<erase::EraseModule>(ctx_, *tasks_, general_).deleter();
+    add<presets::PresetsModule>(settings_);
+    add<eraser::EraserModule>(ctx_, *tasks_, deleter);
+    add<browsers::BrowsersModule>(ctx_, *tasks_, deleter);
+    add<apps::AppsModule>(ctx_, *tasks_, deleter);
+    add<system::SystemModule>(ctx_, *tasks_, deleter);
+    erase_ = module<erase::EraseModule>();
 }
 
-erase::DeleterEnv AppDelegate::deleterEnv() {
-    return erase::DeleterEnv{flags_.abortCleaningFlag(),
-                             [this] { return general_.fileDeletionOption(); }, services_.clock,
-                             services_.log, &helper_};
+template <class M, class... Args> M& AppDelegate::add(Args&&... args) {
+    auto made = std::make_unique<M>(std::forward<Args>(args)...);
+    M& ref = *made;
+    modules_.push_back(std::move(made));
+    return ref;
 }
 
 AppDelegate::~AppDelegate() {
     // Every worker sees an abort request and is waited for: no thread outlives the engine.
     flags_.abortAllOtherScansAndCleans();
     tasks_->joinAll();
+    for (auto& m : modules_)
+        m->shutdown();
+    // Later modules hold references into earlier ones (the deletion engine): last made, first
+    // gone.
+    while (!modules_.empty())
+        modules_.pop_back();
+}
+
+void AppDelegate::startStep(StartupStep step, const StartupOptions& options) {
+    for (auto& m : modules_)
+        m->start(step, options);
 }
 
 void AppDelegate::startUp(const StartupOptions& options) {
-    // Before the window: the helper is installed, or re-installed when it is older than the one
-    // this build carries. The command line never installs it.
-    if (!options.headless)
-        tasks_->startThread([this] { helper_.initialConnectionWithHelperToolThread(); });
-    // The order matters: later steps read what earlier ones built. Each subsystem joins at its
-    // own step as it arrives.
-    //  a. Schedule pickers (the scheduler).
+    // Before the window: the privileged helper is installed (never from the command line).
+    startStep(StartupStep::BeforeWindow, options);
+    // The order matters: later steps read what earlier ones built.
+    //  a. Schedule pickers.
+    startStep(StartupStep::Schedule, options);
     //  The settings folder, cleared of the temporary files that interrupted saves left behind.
     settings_.ensureFolder();
     settings_.removeStaleTemporaries();
     //  b. Cookie keep and delete lists, then each browser's delete list from its store.
-    cookies_.loadCookies();
-    browsers_->refreshAllCookieLists();
+    startStep(StartupStep::EarlyLists, options);
     //  c. General settings.
     general_.loadGeneralPrefs();
     //  d. Status item: the desktop application's, set up by its front end.
     //  e. Presets, then the eraser list, browser catalogue, application list and system list.
-    presets_.loadPresets();
-    eraserList_->loadShredder();
-    browserDriver_->populateBrowserData();
-    recentsCreated_ = appCatalogue_->loadRecents();
-    systemDriver_->populateSystemData();
+    startStep(StartupStep::Lists, options);
     //  f. Interface state read from the settings (login-item box, deletion choice, sleep boxes):
     //     the desktop application reads general() and loginItemExists() when it builds its pages.
     //  g. Page widgets: the desktop application.
     //  h. The default preset, then the marks and sort pop-ups of the lists.
+    startStep(StartupStep::DefaultPreset, options);
     //  i. First-run defaults.
     firstRun(!options.headless);
-    // A newly made application list is filled once with the installed applications.
-    if (recentsCreated_) {
-        recentsCreated_ = false;
-        appCatalogue_->recentsFirstRunForAddingApps();
-    }
+    //  A newly made application list is filled once with the installed applications.
+    startStep(StartupStep::AfterFirstRun, options);
     //  j. Progress indicator and result line reset: the desktop application's initial state.
     //  k. The selected preset is sized once.
+    startStep(StartupStep::PresetSizing, options);
     //  l. The erase pattern blocks, made once for the life of the process.
-    erase::PatternBlocks::shared();
+    startStep(StartupStep::Resources, options);
     //  m. Window to the front, the UI-scripting prompt, then the window shown.
     if (!options.headless) {
         services_.frontend.bringMainWindowToFront();
@@ -101,8 +105,20 @@ void AppDelegate::startUp(const StartupOptions& options) {
     }
 }
 
-std::vector<CategoryEngine*> AppDelegate::categories() {
-    return {browserDriver_.get(), recentsDriver_.get(), systemDriver_.get(), eraserDriver_.get()};
+std::vector<core::CategoryEngine*> AppDelegate::categories() {
+    // The browsers, recents, system and eraser pages' order.
+    static const char* const kOrder[] = {"browsers", "apps", "system", "eraser"};
+    std::vector<core::CategoryEngine*> all;
+    for (const char* name : kOrder)
+        for (auto& m : modules_)
+            if (m->name() == name)
+                for (auto* c : m->categories())
+                    all.push_back(c);
+    for (auto& m : modules_)
+        if (std::find(std::begin(kOrder), std::end(kOrder), m->name()) == std::end(kOrder))
+            for (auto* c : m->categories())
+                all.push_back(c);
+    return all;
 }
 
 bool AppDelegate::loginItemExists() {
@@ -125,9 +141,11 @@ void AppDelegate::firstRun(bool addLoginItem) {
     general_.setFirstRunDone();
     if (addLoginItem && !loginItemExists()) {
         toggleLoginItem(true);
-        services_.frontend.ui("loginItemCheckBox", Value(true));
+        services_.frontend.ui("loginItemCheckBox", core::Value(true));
     }
     setFirstRunSchedules();
+    for (auto& m : modules_)
+        m->firstRun();
     if (addLoginItem)
         services_.frontend.ui("showMainWindow");
 }
@@ -193,7 +211,7 @@ void AppDelegate::promptForUIElementsEnabling() {
     prompt.alternateButton = "Not Now";
     prompt.otherButton = "NO, don't prompt again";
     int answer = services_.frontend.showAlert(prompt);
-    if (answer == AlertDefault) {
+    if (answer == core::AlertDefault) {
         // Clearing the recent folders makes the system ask for the permission; the Finder
         // script comes with the application recents. Then open the privacy settings.
         scripts.run(getOpenSysPrefsScript());
@@ -202,7 +220,7 @@ void AppDelegate::promptForUIElementsEnabling() {
         followUp.message = uiScriptingFollowUpText(version);
         followUp.defaultButton = "OK";
         services_.frontend.showAlert(followUp);
-    } else if (answer == AlertOther) {
+    } else if (answer == core::AlertOther) {
         general_.setPromptForSystemUIElements(false);
     }
 }
@@ -250,4 +268,4 @@ void AppDelegate::windowWillClose() {
     services_.frontend.showAlert(notice);
 }
 
-} // namespace tpc::core
+} // namespace tpc::controller

@@ -1,12 +1,17 @@
+#include "browsers/BrowserLocations.h"
 #include "platform/Platform.h"
 
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-namespace tpc::platform {
+namespace tpc::browsers {
 namespace {
 
+namespace fs = std::filesystem;
+using platform::Layout;
+using platform::Platform;
+using platform::PlatformOptions;
 using test::TempDir;
 using test::writeFile;
 
@@ -28,7 +33,8 @@ void executable(const fs::path& file) {
 
 TEST(BrowserInstalledTest, MacosLooksForTheApplicationBundles) {
     TempDir dir;
-    auto p = platformOn(Layout::MacOS, dir);
+    const auto platform = platformOn(Layout::MacOS, dir);
+    const BrowserLocations p(platform);
     for (auto browser : allBrowsers)
         EXPECT_FALSE(p.browserInstalled(browser));
     for (auto name : {"Safari", "Firefox", "Google Chrome", "Chromium", "Opera"})
@@ -37,9 +43,23 @@ TEST(BrowserInstalledTest, MacosLooksForTheApplicationBundles) {
         EXPECT_TRUE(p.browserInstalled(browser));
 }
 
+TEST(BrowserInstalledTest, MacosFollowsALinkInPlaceOfTheBundle) {
+    TempDir dir;
+    const auto platform = platformOn(Layout::MacOS, dir);
+    const BrowserLocations p(platform);
+    const auto apps = dir / "root/Applications";
+    fs::create_directories(dir / "elsewhere/Firefox.app");
+    fs::create_directories(apps);
+    fs::create_directory_symlink(dir / "elsewhere/Firefox.app", apps / "Firefox.app");
+    fs::create_directory_symlink(dir / "gone.app", apps / "Opera.app");
+    EXPECT_TRUE(p.browserInstalled(Browser::Firefox));
+    EXPECT_FALSE(p.browserInstalled(Browser::Opera)) << "a dangling link is no application";
+}
+
 TEST(BrowserInstalledTest, LinuxLooksForExecutablesUnderTheRoot) {
     TempDir dir;
-    auto p = platformOn(Layout::Linux, dir);
+    const auto platform = platformOn(Layout::Linux, dir);
+    const BrowserLocations p(platform);
     auto root = dir / "root";
     for (auto browser : allBrowsers)
         EXPECT_FALSE(p.browserInstalled(browser));
@@ -68,4 +88,4 @@ TEST(BrowserInstalledTest, LinuxLooksForExecutablesUnderTheRoot) {
 }
 
 } // namespace
-} // namespace tpc::platform
+} // namespace tpc::browsers

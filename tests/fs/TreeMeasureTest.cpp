@@ -1,5 +1,6 @@
-#include "erase/TreeMeasure.h"
+#include "fs/TreeMeasure.h"
 
+#include "support/OddNames.h"
 #include "support/TempDir.h"
 
 #include <filesystem>
@@ -7,14 +8,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace tpc::erase {
+namespace tpc::fs {
 namespace {
 
-namespace fs = std::filesystem;
+namespace stdfs = std::filesystem;
 using test::TempDir;
 using test::writeFile;
 
-std::uint64_t linkSize(const fs::path& p) {
+std::uint64_t linkSize(const stdfs::path& p) {
     struct stat st {};
     EXPECT_EQ(::lstat(p.c_str(), &st), 0) << p;
     return static_cast<std::uint64_t>(st.st_size);
@@ -22,7 +23,7 @@ std::uint64_t linkSize(const fs::path& p) {
 
 std::size_t openDescriptors() {
     return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+        std::distance(stdfs::directory_iterator("/proc/self/fd"), stdfs::directory_iterator()));
 }
 
 TEST(TreeMeasureTest, CountsEveryEntryBelowAFolderButNotTheFolderItself) {
@@ -32,9 +33,9 @@ TEST(TreeMeasureTest, CountsEveryEntryBelowAFolderButNotTheFolderItself) {
     writeFile(top / "a", "12345");
     writeFile(top / "sub/b", "1234567");
     writeFile(top / "sub/deeper/c", "");
-    fs::create_directory(top / "empty");
-    fs::create_symlink(dir / "outside", top / "link");
-    fs::create_directory_symlink(dir.path(), top / "sub/loop");
+    stdfs::create_directory(top / "empty");
+    stdfs::create_symlink(dir / "outside", top / "link");
+    stdfs::create_directory_symlink(dir.path(), top / "sub/loop");
     ASSERT_EQ(::mkfifo((top / "fifo").c_str(), 0600), 0);
 
     std::uint64_t expected = 0;
@@ -42,29 +43,29 @@ TEST(TreeMeasureTest, CountsEveryEntryBelowAFolderButNotTheFolderItself) {
          {"a", "sub", "sub/b", "sub/deeper", "sub/deeper/c", "empty", "link", "sub/loop", "fifo"})
         expected += linkSize(top / rel);
     int asked = 0;
-    const auto totals = measureTree(top.string(), [&] { return ++asked, false; });
+    const auto totals = measureTreeNoFollow(top.string(), [&] { return ++asked, false; });
     EXPECT_EQ(totals.count, 9u);
     EXPECT_EQ(totals.bytes, expected);
     EXPECT_TRUE(totals.complete);
     EXPECT_EQ(asked, 9); // once before every entry
 
     // A trailing slash names the same folder.
-    EXPECT_EQ(measureTree(top.string() + "/").count, 9u);
+    EXPECT_EQ(measureTreeNoFollow(top.string() + "/").count, 9u);
 }
 
 TEST(TreeMeasureTest, AnythingButAFolderCountsAsItself) {
     TempDir dir;
     writeFile(dir / "file", "123456");
-    fs::create_directory_symlink(dir.path(), dir / "folderLink");
-    const auto file = measureTree((dir / "file").string());
+    stdfs::create_directory_symlink(dir.path(), dir / "folderLink");
+    const auto file = measureTreeNoFollow((dir / "file").string());
     EXPECT_EQ(file.count, 1u);
     EXPECT_EQ(file.bytes, 6u);
-    const auto link = measureTree((dir / "folderLink").string());
+    const auto link = measureTreeNoFollow((dir / "folderLink").string());
     EXPECT_EQ(link.count, 1u);
     EXPECT_EQ(link.bytes, linkSize(dir / "folderLink"));
 
     for (const std::string& missing : {(dir / "missing").string(), std::string()}) {
-        const auto none = measureTree(missing);
+        const auto none = measureTreeNoFollow(missing);
         EXPECT_EQ(none.count, 0u);
         EXPECT_EQ(none.bytes, 0u);
         EXPECT_TRUE(none.complete);
@@ -76,12 +77,12 @@ TEST(TreeMeasureTest, AbortStopsTheWalkWithWhatWasMet) {
     for (int i = 0; i < 20; ++i)
         writeFile(dir / "top" / ("f" + std::to_string(i)), "x");
     int asked = 0;
-    const auto totals = measureTree((dir / "top").string(), [&] { return ++asked > 5; });
+    const auto totals = measureTreeNoFollow((dir / "top").string(), [&] { return ++asked > 5; });
     EXPECT_FALSE(totals.complete);
     EXPECT_EQ(totals.count, 5u);
     EXPECT_EQ(totals.bytes, 5u);
 
-    const auto file = measureTree((dir / "top/f0").string(), [] { return true; });
+    const auto file = measureTreeNoFollow((dir / "top/f0").string(), [] { return true; });
     EXPECT_FALSE(file.complete);
     EXPECT_EQ(file.count, 0u);
 }
@@ -91,17 +92,17 @@ TEST(TreeMeasureTest, DeepTreesAreWalkedWholeWithFewDescriptors) {
     // walk must come back to levels whose descriptors were closed on the way down.
     TempDir dir;
     constexpr int depth = 100;
-    fs::path level = dir / "top";
+    stdfs::path level = dir / "top";
     for (int i = 0; i < depth; ++i) {
         writeFile(level / "b/file", "xy");
         level /= "a";
     }
-    fs::create_directories(level);
+    stdfs::create_directories(level);
 
     const std::size_t before = openDescriptors();
     std::size_t most = 0;
     int asked = 0;
-    const auto totals = measureTree((dir / "top").string(), [&] {
+    const auto totals = measureTreeNoFollow((dir / "top").string(), [&] {
         if (++asked % 8 == 0)
             most = std::max(most, openDescriptors());
         return false;
@@ -117,12 +118,44 @@ TEST(TreeMeasureTest, AFolderThatCannotBeOpenedCountsOnlyItself) {
         GTEST_SKIP() << "permissions do not stop root";
     TempDir dir;
     writeFile(dir / "top/closed/hidden", "12345");
-    fs::permissions(dir / "top/closed", fs::perms::none);
-    const auto totals = measureTree((dir / "top").string());
-    fs::permissions(dir / "top/closed", fs::perms::owner_all);
+    stdfs::permissions(dir / "top/closed", stdfs::perms::none);
+    const auto totals = measureTreeNoFollow((dir / "top").string());
+    stdfs::permissions(dir / "top/closed", stdfs::perms::owner_all);
     EXPECT_EQ(totals.count, 1u);
     EXPECT_EQ(totals.bytes, linkSize(dir / "top/closed"));
 }
 
+TEST(TreeMeasureTest, MeasureFolderLeavesOutSkippedNamesAndNeverFollowsItsOwnPlace) {
+    TempDir dir;
+    writeFile(dir / "top/keep", "12345");
+    writeFile(dir / "top/LOCK", "1");
+    writeFile(dir / "top/skipped/deep", std::string(50, 'x'));
+    writeFile(dir / "top/sub/skipped", "12"); // only the top level's names are left out
+    const auto totals = measureFolderNoFollow((dir / "top").string(), {"LOCK", "skipped"});
+    EXPECT_EQ(totals.count, 3u);
+    EXPECT_EQ(totals.bytes, 5u + linkSize(dir / "top/sub") + 2u);
+    EXPECT_TRUE(totals.complete);
+
+    // A link in the folder's place, a file, or nothing at all: nothing to empty.
+    stdfs::create_directory_symlink(dir / "top", dir / "link");
+    for (const auto& nothing : {dir / "link", dir / "top/keep", dir / "missing"}) {
+        const auto none = measureFolderNoFollow(nothing.string());
+        EXPECT_EQ(none.count, 0u) << nothing;
+        EXPECT_EQ(none.bytes, 0u) << nothing;
+    }
+    // A link above the folder is the caller's.
+    EXPECT_EQ(measureFolderNoFollow((dir / "link/sub").string()).count, 1u);
+}
+
+TEST(TreeMeasureTest, NamesThatAreNotUtf8AreCounted) {
+    TempDir dir;
+    for (const auto& name : test::kOddNames)
+        writeFile(dir / "top" / name / name, "abc");
+    const auto totals = measureTreeNoFollow((dir / "top").string());
+    EXPECT_EQ(totals.count, 2 * test::kOddNames.size());
+    EXPECT_EQ(measureFolderNoFollow((dir / "top").string(), {test::kOddNames[0]}).count,
+              2 * test::kOddNames.size() - 2);
+}
+
 } // namespace
-} // namespace tpc::erase
+} // namespace tpc::fs

@@ -5,7 +5,10 @@
 #include <optional>
 #include <string>
 
-namespace tpc::platform {
+namespace tpc::browsers::firefox {
+
+// Profiles are real folders only: a link is never taken for a profile, so no cleaner walks
+// through one. `folder` itself may be reached through links.
 
 // The first entry of `folder`, in name order, that is a folder whose extension is exactly
 // ".default" ("abcd.default"; "abcd.default-release" is not one).
@@ -21,4 +24,4 @@ std::optional<std::filesystem::path> profileFromIni(const std::string& iniText,
 // profiles.ini inside `folder`, else firstDefaultProfile(folder).
 std::optional<std::filesystem::path> findFirefoxProfile(const std::filesystem::path& folder);
 
-} // namespace tpc::platform
+} // namespace tpc::browsers::firefox

@@ -1,13 +1,20 @@
-#include "platform/FirefoxProfiles.h"
+#include "browsers/firefox/FirefoxProfiles.h"
+#include "browsers/BrowserLocations.h"
 #include "platform/Platform.h"
 
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-namespace tpc::platform {
+namespace tpc::browsers {
 namespace {
 
+namespace fs = std::filesystem;
+using firefox::firstDefaultProfile;
+using firefox::profileFromIni;
+using platform::Layout;
+using platform::Platform;
+using platform::PlatformOptions;
 using test::TempDir;
 using test::writeFile;
 
@@ -60,7 +67,8 @@ TEST(FirefoxProfilesTest, LinuxPlatformFindsProfileAndCache) {
     o.layout = Layout::Linux;
     o.home = dir / "home";
     o.root = dir / "root";
-    Platform p(o);
+    const Platform platform(o);
+    const BrowserLocations p(platform);
     auto home = dir / "home";
     // No ~/.mozilla: the XDG location is used.
     EXPECT_EQ(p.firefoxProfilesFolder(), home / ".config/mozilla/firefox");
@@ -88,7 +96,8 @@ TEST(FirefoxProfilesTest, MacosPlatformUsesTheDefaultRule) {
     o.layout = Layout::MacOS;
     o.home = dir / "home";
     o.root = dir / "root";
-    Platform p(o);
+    const Platform platform(o);
+    const BrowserLocations p(platform);
     auto profiles = dir / "home/Library/Application Support/Firefox/Profiles";
     fs::create_directories(profiles / "r.default-release");
     // profiles.ini is not read in this layout.
@@ -100,4 +109,4 @@ TEST(FirefoxProfilesTest, MacosPlatformUsesTheDefaultRule) {
 }
 
 } // namespace
-} // namespace tpc::platform
+} // namespace tpc::browsers
