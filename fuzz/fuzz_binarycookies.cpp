@@ -7,6 +7,7 @@
 #include "browsers/safari/BinaryCookies.h"
 #include "browsers/safari/SafariFiles.h"
 #include "core/PropertyList.h"
+#include "fs/Entries.h"
 
 #include <stdexcept>
 
@@ -25,7 +26,7 @@ bool kept(const safari::Cookie& cookie) {
 
 // The cleaner's rewrite of one file, step by step (SafariCleaner::deleteCookiesIn).
 bool deleteCookiesIn(const std::filesystem::path& path) {
-    if (!safari::isStoreFile(path))
+    if (!tpc::fs::isRegularFileNoFollow(path))
         return false;
     auto snapshot = safari::readSnapshot(path, 256ull << 20);
     if (!snapshot)

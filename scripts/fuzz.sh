@@ -8,7 +8,8 @@
 #   scripts/fuzz.sh [SECONDS_PER_TARGET] [TARGET...]
 #
 # Corpora grow in build/fuzz/corpus/<target>/ and are reused by the next run. Set FUZZ_NICE=10 to
-# run the targets at a lower priority (long campaigns on a shared machine).
+# run the targets at a lower priority (long campaigns on a shared machine), FUZZ_JOBS=N to run N
+# targets at a time (default 1; each target uses one core).
 set -euo pipefail
 
 seconds=${1:-20}
@@ -48,22 +49,40 @@ export TMPDIR="$build/tmp"
 rm -rf "$TMPDIR"
 mkdir -p "$TMPDIR"
 
-total=0
-failed=()
-for target in "${targets[@]}"; do
-    corpus="$build/corpus/$target"
-    findings="$build/findings/$target"
-    log="$build/logs/$target.log"
+# Runs one target; its exit status is left in $log.status.
+run_target() {
+    local target=$1
+    local corpus="$build/corpus/$target"
+    local findings="$build/findings/$target"
+    local log="$build/logs/$target.log"
     mkdir -p "$corpus" "$findings" "$(dirname "$log")"
-    regressions=()
+    local regressions=()
     if [ -d "$root/fuzz/regressions/$target" ]; then
         regressions=("$root/fuzz/regressions/$target")
     fi
-    status=0
+    local status=0
     ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1} UBSAN_OPTIONS=print_stacktrace=1 \
         nice -n "${FUZZ_NICE:-0}" "$build/$target" -max_total_time="$seconds" -timeout=10 \
         -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$findings/" \
         "$corpus" "$seeds/$target" "${regressions[@]}" >"$log" 2>&1 || status=$?
+    echo "$status" >"$log.status"
+}
+
+parallel=${FUZZ_JOBS:-1}
+for target in "${targets[@]}"; do
+    rm -f "$build/logs/$target.log.status"
+    while [ "$(jobs -rp | wc -l)" -ge "$parallel" ]; do
+        wait -n || true
+    done
+    run_target "$target" &
+done
+wait
+
+total=0
+failed=()
+for target in "${targets[@]}"; do
+    log="$build/logs/$target.log"
+    status=$(cat "$log.status" 2>/dev/null || echo 1)
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
     runs=${runs:-0}
     total=$((total + runs))

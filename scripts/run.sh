@@ -5,8 +5,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh
-
-cmake -S . -B build/app -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTPC_BUILD_TESTS=OFF
-cmake --build build/app -j"$(nproc 2>/dev/null || echo 2)" --target tavrin-privacy-cleaner tpc-cli
+scripts/build-app.sh
 
 exec build/app/src/ui/tavrin-privacy-cleaner "$@"

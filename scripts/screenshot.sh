@@ -13,8 +13,7 @@ if ! command -v xvfb-run >/dev/null; then
     $sudo apt-get install -y --no-install-recommends xvfb xauth
 fi
 
-cmake -S . -B build/app -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTPC_BUILD_TESTS=OFF
-cmake --build build/app -j"$(nproc 2>/dev/null || echo 2)" --target tavrin-privacy-cleaner
+scripts/build-app.sh tavrin-privacy-cleaner
 
 home=$(mktemp -d)
 trap 'rm -rf "$home"' EXIT

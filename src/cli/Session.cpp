@@ -1,5 +1,7 @@
 #include "cli/Session.h"
 
+#include "fs/Entries.h"
+
 #include <cstdio>
 #include <iostream>
 #include <unistd.h>
@@ -17,7 +19,7 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     if (!options.home.empty()) {
         std::error_code ec;
         auto home = std::filesystem::absolute(options.home, ec);
-        if (ec || !std::filesystem::is_directory(home))
+        if (ec || !tpc::fs::isFolderFollowingLinks(home))
             throw UsageError("home folder \"" + options.home + "\" does not exist");
         popts.home = home;
     } else if (!getenv("HOME") || !*getenv("HOME")) {
@@ -26,7 +28,7 @@ Session::Session(const GlobalOptions& options) : options_(options) {
     {
         std::error_code ec;
         auto root = std::filesystem::absolute(options.root, ec);
-        if (ec || !std::filesystem::is_directory(root))
+        if (ec || !tpc::fs::isFolderFollowingLinks(root))
             throw UsageError("root folder \"" + options.root + "\" does not exist");
         popts.root = root;
     }

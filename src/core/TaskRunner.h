@@ -51,7 +51,8 @@ struct TaskEvent {
 // sleep off while a scan or clean runs). Both calls come on the main thread: taskStarted from
 // buttonClicked itself, right before the worker starts; taskEnded once the worker has returned
 // (at its normal end, after its abort handling, or after it threw), posted to the main thread
-// after every main-thread request the worker made. Tasks may overlap: a task started while
+// after every main-thread request the worker made (nothing is posted when no observer is
+// registered as the worker returns). Tasks may overlap: a task started while
 // another still winds down is heard starting before the other is heard ending, so an observer
 // holding something while tasks run counts the tasks started and not yet ended.
 class TaskObserver {

@@ -1,6 +1,7 @@
 #include "erase/PkexecInstaller.h"
 
 #include "erase/RunProgram.h"
+#include "fs/Entries.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,7 +15,7 @@ bool PkexecInstaller::jobExists() {
     if (::lstat(paths_.socketPath.c_str(), &st) == 0 && S_ISSOCK(st.st_mode))
         return true;
     for (const auto& unit : paths_.unitFiles)
-        if (::lstat(unit.c_str(), &st) == 0)
+        if (fs::entryExists(unit))
             return true;
     return false;
 }

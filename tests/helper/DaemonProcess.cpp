@@ -165,10 +165,14 @@ HeldConnections::HeldConnections(uid_t uid, const std::string& socketPath, int i
     if (uid == ::getuid()) {
         for (int i = 0; i < idle + halfFrames; ++i) {
             const int fd = connectTo(socketPath);
-            if (fd >= 0 && (i < idle || sendHalfAFrame(fd)))
-                ++connected_;
-            if (fd >= 0)
-                fds_.push_back(fd);
+            if (fd < 0)
+                continue;
+            // The daemon may already have closed a connection beyond the user's limit, so the
+            // half frame goes as far as it goes; a connection counts once it was made.
+            if (i >= idle)
+                sendHalfAFrame(fd);
+            ++connected_;
+            fds_.push_back(fd);
         }
         return;
     }
@@ -190,8 +194,11 @@ HeldConnections::HeldConnections(uid_t uid, const std::string& socketPath, int i
         unsigned char count = 0;
         for (int i = 0; i < idle + halfFrames; ++i) {
             const int fd = connectTo(socketPath);
-            if (fd >= 0 && (i < idle || sendHalfAFrame(fd)))
-                count = static_cast<unsigned char>(std::min(count + 1, 255));
+            if (fd < 0)
+                continue;
+            if (i >= idle)
+                sendHalfAFrame(fd);
+            count = static_cast<unsigned char>(std::min(count + 1, 255));
         }
         if (::write(ready[1], &count, 1) != 1)
             ::_exit(3);

@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Builds the optimised desktop application and the `tpc` command line in build/app (RelWithDebInfo,
+# Ninja, no tests). scripts/run.sh and scripts/screenshot.sh start what it builds; scripts/test.sh
+# builds it too, so CI proves that the run command builds.
+#
+#   scripts/build-app.sh [TARGET...]      (default: tavrin-privacy-cleaner tpc-cli)
+#
+# Does not install packages (its callers do). A build folder made by another generator is made
+# again from nothing.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+targets=("$@")
+if [ ${#targets[@]} -eq 0 ]; then
+    targets=(tavrin-privacy-cleaner tpc-cli)
+fi
+
+build=build/app
+if [ -f "$build/CMakeCache.txt" ] && ! grep -q '^CMAKE_GENERATOR:INTERNAL=Ninja$' \
+    "$build/CMakeCache.txt"; then
+    rm -rf "$build"
+fi
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTPC_BUILD_TESTS=OFF
+cmake --build "$build" -j"$(nproc 2>/dev/null || echo 2)" --target "${targets[@]}"
