@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-    build-essential cmake ninja-build lld pkg-config
+    build-essential clang cmake ninja-build lld pkg-config
     libplist-dev libplist++-dev
     libcli11-dev nlohmann-json3-dev
     libsqlite3-dev sqlite3 libsystemd-dev libpugixml-dev
