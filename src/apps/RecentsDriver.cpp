@@ -165,20 +165,15 @@ bool RecentsDriver::drives(const std::string& description) const {
 
 std::optional<SelectionTotals> RecentsDriver::countSelection(const DictRef& record,
                                                              core::WorkerProgress& progress) {
-    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
-    if (!drives(selection.description))
-        return SelectionTotals{};
-    const auto totals = countRows(selection.children, progress, false);
-    if (totals)
-        ctx_.mainThread.invoke([&record, &totals] { core::setSize(record, totals->bytes); });
-    return totals;
+    return core::countRowSelection(ctx_.mainThread, record, kCleanAppJunk, [&](const auto& rows) {
+        return countRows(rows, progress, false);
+    });
 }
 
 bool RecentsDriver::cleanSelection(const DictRef& record, core::WorkerProgress& progress) {
-    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
-    if (!drives(selection.description))
-        return true;
-    return cleanRows(selection.children, progress, false);
+    return core::cleanRowSelection(ctx_.mainThread, record, kCleanAppJunk, [&](const auto& rows) {
+        return cleanRows(rows, progress, false);
+    });
 }
 
 // ---- Marking ----

@@ -2,6 +2,7 @@
 
 #include "core/MainThread.h"
 #include "core/Record.h"
+#include "core/SizeText.h"
 
 namespace tpc::core {
 
@@ -23,6 +24,26 @@ RecordSnapshot snapshotRecord(MainThread& main, const DictRef& record) {
         out.children = rowSnapshots(subList(record));
     });
     return out;
+}
+
+std::optional<SelectionTotals> countRowSelection(MainThread& main, const DictRef& record,
+                                                 const std::string& drives,
+                                                 const RowsCount& count) {
+    const auto selection = snapshotRecord(main, record);
+    if (selection.description != drives)
+        return SelectionTotals{};
+    const auto totals = count(selection.children);
+    if (totals)
+        main.invoke([&record, &totals] { setSize(record, totals->bytes); });
+    return totals;
+}
+
+bool cleanRowSelection(MainThread& main, const DictRef& record, const std::string& drives,
+                       const RowsClean& clean) {
+    const auto selection = snapshotRecord(main, record);
+    if (selection.description != drives)
+        return true;
+    return clean(selection.children);
 }
 
 } // namespace tpc::core

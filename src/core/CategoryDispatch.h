@@ -17,6 +17,7 @@
 #include "core/Value.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -72,5 +73,15 @@ struct RecordSnapshot {
 };
 // Read on the main thread (waited for); a null record gives an empty snapshot.
 RecordSnapshot snapshotRecord(MainThread& main, const DictRef& record);
+
+// The selection operations of a category whose preset record holds rows of its own list: the
+// record is read on the main thread, and one whose "Description" is not `drives` is left alone
+// (a count of nothing; a clean that removes nothing). The count's total becomes the record's size.
+using RowsCount = std::function<std::optional<SelectionTotals>(const std::vector<RowSnapshot>&)>;
+using RowsClean = std::function<bool(const std::vector<RowSnapshot>&)>;
+std::optional<SelectionTotals> countRowSelection(MainThread& main, const DictRef& record,
+                                                 const std::string& drives, const RowsCount& count);
+bool cleanRowSelection(MainThread& main, const DictRef& record, const std::string& drives,
+                       const RowsClean& clean);
 
 } // namespace tpc::core

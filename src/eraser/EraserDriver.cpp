@@ -248,20 +248,15 @@ bool EraserDriver::drives(const std::string& description) const {
 
 std::optional<SelectionTotals> EraserDriver::countSelection(const DictRef& record,
                                                             core::WorkerProgress& progress) {
-    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
-    if (!drives(selection.description))
-        return SelectionTotals{};
-    const auto totals = measureRows(rowsOf(selection.children), progress);
-    if (totals)
-        ctx_.mainThread.invoke([&record, &totals] { core::setSize(record, totals->bytes); });
-    return totals;
+    return core::countRowSelection(ctx_.mainThread, record, kFileEraser, [&](const auto& rows) {
+        return measureRows(rowsOf(rows), progress);
+    });
 }
 
 bool EraserDriver::cleanSelection(const DictRef& record, core::WorkerProgress& progress) {
-    const auto selection = core::snapshotRecord(ctx_.mainThread, record);
-    if (!drives(selection.description))
-        return true;
-    return shredAll(shredsOf(selection.children), progress);
+    return core::cleanRowSelection(ctx_.mainThread, record, kFileEraser, [&](const auto& rows) {
+        return shredAll(shredsOf(rows), progress);
+    });
 }
 
 // ---- Sizes update ----
