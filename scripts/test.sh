@@ -2,7 +2,7 @@
 # Builds everything from nothing and runs every check, in this order (CI runs exactly this):
 #   1. the format check (scripts/check-format.sh);
 #   2. every test under AddressSanitizer and UndefinedBehaviorSanitizer (build/asan: clang, -O0,
-#      no debug information; the sanitizers still name the function of every report);
+#      no debug information, a unity build; the sanitizers still name the function of every report);
 #   3. the optimised application as scripts/run.sh builds it (scripts/build-app.sh, build/app),
 #      and a start of `tpc --help`;
 #   4. the threading tests under ThreadSanitizer (build/tsan: only the programs they need);
@@ -60,8 +60,11 @@ begin "format check"
 scripts/check-format.sh --no-install
 end
 
+# Unity builds (several sources of a target compiled as one file) halve the compile time of each
+# build; the fuzz build and the usual local builds still compile every source on its own.
 clang_args=(-G Ninja -DCMAKE_BUILD_TYPE=None -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
-    -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld)
+    -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld
+    -DCMAKE_UNITY_BUILD=ON)
 
 begin "asan: configure and build"
 fresh build/asan clang++

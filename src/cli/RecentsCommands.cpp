@@ -49,7 +49,7 @@ bool parseOnOff(const std::string& value) {
 }
 
 // APP as the list names it: a "Path" or a "Description" as given, else the path made absolute.
-int rowOf(Session& session, const std::string& app) {
+int appRowOf(Session& session, const std::string& app) {
     auto& catalogue = session.module<apps::AppsModule>().catalogue();
     int row = catalogue.findRow(app);
     if (row < 0 && !app.empty())
@@ -77,8 +77,8 @@ void checkFlag(Session& session, const std::string& flag) {
                          platform::layoutName(session.platform().layout()) + " layout");
 }
 
-std::string readable(Session& session, const core::ArrayRef& rows,
-                     const std::optional<core::AlertRequest>& alert) {
+std::string readableApps(Session& session, const core::ArrayRef& rows,
+                         const std::optional<core::AlertRequest>& alert) {
     auto& catalogue = session.module<apps::AppsModule>().catalogue();
     std::ostringstream text;
     if (rows)
@@ -100,12 +100,12 @@ std::string readable(Session& session, const core::ArrayRef& rows,
     return text.str();
 }
 
-int printList(Session& session, const std::optional<core::AlertRequest>& alert = std::nullopt) {
+int printApps(Session& session, const std::optional<core::AlertRequest>& alert = std::nullopt) {
     auto rows = session.module<apps::AppsModule>().catalogue().arrayRecents();
     nlohmann::json result = {{"list", toJson(core::Value(rows))}};
     if (alert)
         result["alert"] = {{"title", alert->title}, {"message", alert->message}};
-    session.print(result, readable(session, rows, alert));
+    session.print(result, readableApps(session, rows, alert));
     return 0;
 }
 
@@ -133,31 +133,31 @@ int add(Session& session, const RecentsArgs& args) {
     std::optional<core::AlertRequest> alert;
     if (session.frontend().alerts().size() > shownBefore)
         alert = session.frontend().alerts().back();
-    return printList(session, alert);
+    return printApps(session, alert);
 }
 
 int remove(Session& session, const RecentsArgs& args) {
-    session.module<apps::AppsModule>().catalogue().removeRow(rowOf(session, args.app));
-    return printList(session);
+    session.module<apps::AppsModule>().catalogue().removeRow(appRowOf(session, args.app));
+    return printApps(session);
 }
 
-int clear(Session& session) {
+int clearApps(Session& session) {
     session.module<apps::AppsModule>().catalogue().removeAll();
-    return printList(session);
+    return printApps(session);
 }
 
 int set(Session& session, const RecentsArgs& args) {
     checkFlag(session, args.flag);
     bool on = parseOnOff(args.value);
-    session.module<apps::AppsModule>().catalogue().setOption(rowOf(session, args.app), args.flag,
+    session.module<apps::AppsModule>().catalogue().setOption(appRowOf(session, args.app), args.flag,
                                                              on);
-    return printList(session);
+    return printApps(session);
 }
 
 int mark(Session& session, const RecentsArgs& args) {
     bool on = parseOnOff(args.value);
-    session.module<apps::AppsModule>().catalogue().setRowMark(rowOf(session, args.app), on);
-    return printList(session);
+    session.module<apps::AppsModule>().catalogue().setRowMark(appRowOf(session, args.app), on);
+    return printApps(session);
 }
 
 } // namespace
@@ -169,7 +169,7 @@ void addRecentsCommands(CLI::App& app, Handler& chosen) {
 
     recents->add_subcommand("list", "Show the list")->callback([&chosen] {
         chosen = [](Session& s) {
-            return printList(s);
+            return printApps(s);
         };
     });
 
@@ -192,7 +192,7 @@ void addRecentsCommands(CLI::App& app, Handler& chosen) {
         };
     });
 
-    recents->add_subcommand("clear", "Empty the list")->callback([&chosen] { chosen = clear; });
+    recents->add_subcommand("clear", "Empty the list")->callback([&chosen] { chosen = clearApps; });
 
     auto* setCmd = recents->add_subcommand("set", "Switch one of an application's options");
     setCmd->add_option("APP", args->app, "a listed path or Description")->required();

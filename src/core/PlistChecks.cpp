@@ -13,7 +13,7 @@ namespace tpc::core::plist {
 
 namespace {
 
-void setError(std::string* error, std::string text) {
+void setCheckError(std::string* error, std::string text) {
     if (error)
         *error = std::move(text);
 }
@@ -60,7 +60,7 @@ private:
     };
 
     bool fail(const char* text) {
-        setError(error_, text);
+        setCheckError(error_, text);
         return false;
     }
 
@@ -343,8 +343,8 @@ public:
 
 private:
     bool fail(const std::string& text) {
-        setError(error_,
-                 "not well-formed XML: " + text + " (at byte " + std::to_string(pos_) + ")");
+        setCheckError(error_,
+                      "not well-formed XML: " + text + " (at byte " + std::to_string(pos_) + ")");
         return false;
     }
 

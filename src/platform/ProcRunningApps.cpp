@@ -25,7 +25,7 @@ std::optional<int> pidOf(const std::string& name) {
     return std::stoi(name);
 }
 
-std::string baseName(std::string path) {
+std::string lastPathPart(std::string path) {
     // A replaced executable (an update while the browser runs) reads "<path> (deleted)".
     const std::string deleted = " (deleted)";
     if (path.size() > deleted.size() && path.ends_with(deleted))
@@ -44,10 +44,10 @@ std::vector<std::string> namesOf(const fs::path& processFolder) {
     std::error_code ec;
     auto exe = fs::read_symlink(processFolder / "exe", ec);
     if (!ec)
-        names.push_back(baseName(exe.string()));
+        names.push_back(lastPathPart(exe.string()));
     if (auto cmdline = readTextFile(processFolder / "cmdline", 4096)) {
         auto first = cmdline->substr(0, cmdline->find('\0'));
-        names.push_back(baseName(first));
+        names.push_back(lastPathPart(first));
     }
     return names;
 }

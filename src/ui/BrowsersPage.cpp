@@ -20,10 +20,10 @@ namespace tpc::ui {
 
 namespace {
 
-const char* const kPageId = "3";
+const char* const kBrowsersPageId = "3";
 constexpr int kTabTopMargin = 10;
 
-const char* const kStyleSheet = R"(
+const char* const kBrowsersStyleSheet = R"(
 QTabWidget::pane { border: none; }
 QTabBar { qproperty-drawBase: 0; }
 QTabBar::tab {
@@ -38,7 +38,7 @@ QTabBar::tab:hover:!selected { color: #2f6fb5; }
 
 BrowsersPage::BrowsersPage(browsers::BrowsersModule& module, core::Context& ctx, QWidget* parent)
     : QWidget(parent), module_(module), ctx_(ctx), driver_(module.driver()) {
-    setStyleSheet(pageStyleSheet() + QString::fromLatin1(kStyleSheet));
+    setStyleSheet(pageStyleSheet() + QString::fromLatin1(kBrowsersStyleSheet));
 
     scanButton_ = new QPushButton(QStringLiteral("Scan"), this);
     scanButton_->setObjectName(QStringLiteral("scanButton"));
@@ -128,7 +128,7 @@ void BrowsersPage::showSubList() {
 
 void BrowsersPage::attach(MainWindow& window) {
     window_ = &window;
-    attachPage(this, window, kPageId);
+    attachPage(this, window, kBrowsersPageId);
 }
 
 core::PageHooks BrowsersPage::hooks() {
@@ -170,7 +170,7 @@ void BrowsersPage::enableOrDisableCleanButton() {
 }
 
 QPushButton* BrowsersPage::cleanButton() const {
-    return sharedCleanButton(window_, QLatin1String(kPageId));
+    return sharedCleanButton(window_, QLatin1String(kBrowsersPageId));
 }
 
 } // namespace tpc::ui

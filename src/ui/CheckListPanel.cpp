@@ -21,7 +21,7 @@ constexpr int kCheckColumnWidth = 30;
 constexpr int kSizeColumnWidth = 84;
 constexpr int kRowHeight = 24;
 
-const char* const kStyleSheet = R"(
+const char* const kCheckListStyleSheet = R"(
 QTableView {
     border: 1px solid #dde3ea; border-radius: 6px; background: #ffffff;
     alternate-background-color: #f6f8fb; selection-background-color: #dbe8f6;
@@ -42,7 +42,7 @@ CheckListPanel::CheckListPanel(const QString& title, QWidget* parent) : QWidget(
     model_ = new CheckListModel(this);
     table_ = new QTableView(this);
     table_->setModel(model_);
-    table_->setStyleSheet(QString::fromLatin1(kStyleSheet));
+    table_->setStyleSheet(QString::fromLatin1(kCheckListStyleSheet));
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);

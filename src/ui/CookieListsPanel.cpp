@@ -27,7 +27,7 @@ namespace {
 // The chooser keeps each entry's cookie browser under this role (its text is the browser name).
 constexpr int kCookieBrowserRole = Qt::UserRole + 1;
 
-const char* const kStyleSheet = R"(
+const char* const kCookieListsStyleSheet = R"(
 QListView {
     border: 1px solid #dde3ea; border-radius: 6px; background: #ffffff;
     alternate-background-color: #f6f8fb; selection-background-color: #dbe8f6;
@@ -73,7 +73,7 @@ QLabel* makeTitle(const QString& text, QWidget* parent) {
 CookieListsPanel::CookieListsPanel(browsers::BrowsersModule& module, core::Context& ctx,
                                    QWidget* parent)
     : QWidget(parent), module_(module), ctx_(ctx) {
-    setStyleSheet(QString::fromLatin1(kStyleSheet));
+    setStyleSheet(QString::fromLatin1(kCookieListsStyleSheet));
 
     chooser_ = new QComboBox(this);
     chooser_->setPlaceholderText(QStringLiteral("No browser installed"));

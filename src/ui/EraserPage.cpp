@@ -35,7 +35,7 @@ namespace tpc::ui {
 
 namespace {
 
-const char* const kPageId = "8";
+const char* const kEraserPageId = "8";
 const char* const kWholeFolder = "Erase the folder and everything in it";
 const char* const kContentsOnly = "Erase only what the folder holds";
 
@@ -185,7 +185,7 @@ void EraserPage::wireList() {
 
 void EraserPage::attach(MainWindow& window) {
     window_ = &window;
-    attachPage(this, window, kPageId);
+    attachPage(this, window, kEraserPageId);
 }
 
 core::PageHooks EraserPage::hooks() {
@@ -332,7 +332,7 @@ void EraserPage::showSelection() {
 }
 
 QPushButton* EraserPage::cleanButton() const {
-    return sharedCleanButton(window_, QLatin1String(kPageId));
+    return sharedCleanButton(window_, QLatin1String(kEraserPageId));
 }
 
 } // namespace tpc::ui

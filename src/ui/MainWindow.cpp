@@ -54,7 +54,7 @@ const MainButtonEntry kMainButtons[] = {
      "bg-preferences.png", 6, &MainWindow::buttonMainPreferencesClicked},
 };
 
-const char* const kStyleSheet = R"(
+const char* const kWindowStyleSheet = R"(
 #mainWindowBody { background: #f3f5f8; }
 #sideBar { background: #e6ebf1; border-radius: 12px; }
 #featurePage { background: #ffffff; border: 1px solid #dde3ea; border-radius: 10px; }
@@ -77,7 +77,7 @@ MainWindow::MainWindow(HoverEnvironment env, QWidget* parent) : QMainWindow(pare
     auto* body = new QWidget(this);
     body->setObjectName(QStringLiteral("mainWindowBody"));
     body->setAttribute(Qt::WA_StyledBackground);
-    body->setStyleSheet(QString::fromLatin1(kStyleSheet));
+    body->setStyleSheet(QString::fromLatin1(kWindowStyleSheet));
     setCentralWidget(body);
 
     auto* columns = new QHBoxLayout(body);

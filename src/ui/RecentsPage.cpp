@@ -31,7 +31,7 @@ namespace tpc::ui {
 
 namespace {
 
-const char* const kPageId = "4";
+const char* const kRecentsPageId = "4";
 
 QPushButton* listActionButton(const QString& title, const QString& tip, QWidget* parent) {
     auto* button = new QPushButton(title, parent);
@@ -148,7 +148,7 @@ void RecentsPage::wireList() {
 
 void RecentsPage::attach(MainWindow& window) {
     window_ = &window;
-    attachPage(this, window, kPageId);
+    attachPage(this, window, kRecentsPageId);
 }
 
 core::PageHooks RecentsPage::hooks() {
@@ -286,7 +286,7 @@ RecentsOptionsMenu* RecentsPage::optionsMenu() const {
 }
 
 QPushButton* RecentsPage::cleanButton() const {
-    return sharedCleanButton(window_, QLatin1String(kPageId));
+    return sharedCleanButton(window_, QLatin1String(kRecentsPageId));
 }
 
 } // namespace tpc::ui

@@ -20,7 +20,7 @@ namespace tpc::ui {
 
 namespace {
 
-const char* const kPageId = "5";
+const char* const kSystemPageId = "5";
 
 } // namespace
 
@@ -80,7 +80,7 @@ void SystemPage::wireList() {
 
 void SystemPage::attach(MainWindow& window) {
     window_ = &window;
-    attachPage(this, window, kPageId);
+    attachPage(this, window, kSystemPageId);
 }
 
 core::PageHooks SystemPage::hooks() {
@@ -115,7 +115,7 @@ void SystemPage::enableOrDisableCleanButton() {
 }
 
 QPushButton* SystemPage::cleanButton() const {
-    return sharedCleanButton(window_, QLatin1String(kPageId));
+    return sharedCleanButton(window_, QLatin1String(kSystemPageId));
 }
 
 } // namespace tpc::ui

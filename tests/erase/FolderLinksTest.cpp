@@ -24,7 +24,7 @@ struct LinkedFolder {
     TempDir t;
     std::atomic<bool> abort{false};
     std::int64_t option = -1;
-    test::FakeClock clock;
+    ::tpc::test::FakeClock clock;
     core::SystemLog log{false};
     // "victim" stands for a folder the requesting user may not change; "via" leads to it.
     LinkedFolder() {

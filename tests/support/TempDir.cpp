@@ -1,9 +1,11 @@
 #include "support/TempDir.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 
 namespace tpc::test {
 
@@ -40,6 +42,25 @@ std::string readFile(const std::filesystem::path& file) {
     std::stringstream ss;
     ss << in.rdbuf();
     return ss.str();
+}
+
+std::int64_t ownSize(const std::filesystem::path& path) {
+    struct stat st {};
+    if (::lstat(path.c_str(), &st) != 0)
+        return -1;
+    return st.st_size;
+}
+
+std::vector<std::string> namesIn(const std::filesystem::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::uint8_t> bytesOf(const std::string& text) {
+    return {text.begin(), text.end()};
 }
 
 } // namespace tpc::test

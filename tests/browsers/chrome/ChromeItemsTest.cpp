@@ -13,13 +13,8 @@ namespace {
 namespace fs = std::filesystem;
 using test::BrowserHarness;
 using test::Db;
+using test::ownSize;
 using test::writeFile;
-
-std::int64_t ownSize(const fs::path& path) {
-    struct stat st {};
-    EXPECT_EQ(::lstat(path.c_str(), &st), 0) << path;
-    return st.st_size;
-}
 
 class ChromeItemsTest : public ::testing::Test {
 protected:

@@ -15,13 +15,8 @@ namespace fs = std::filesystem;
 using test::BrowserHarness;
 using test::Db;
 using test::insertChromeCookie;
+using test::ownSize;
 using test::writeFile;
-
-std::int64_t ownSize(const fs::path& path) {
-    struct stat st {};
-    EXPECT_EQ(::lstat(path.c_str(), &st), 0) << path;
-    return st.st_size;
-}
 
 class OperaFilesTest : public ::testing::Test {
 protected:

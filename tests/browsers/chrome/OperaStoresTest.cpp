@@ -16,7 +16,7 @@ using test::insertChromeCookie;
 
 // Rows in every "History" table; the three counted ones hold urls 2 × 36, one term 16 and one
 // segment 12 (name VARCHAR 0, url_id "INTEGER NON" 0, pres_index -1 → 8).
-void fillHistory(Db& db) {
+void fillOperaHistory(Db& db) {
     db.exec(test::schema::kHistory);
     db.exec("INSERT INTO urls VALUES(1,'https://a.example/','A',3,1,13300000000000000,0,0);"
             "INSERT INTO urls VALUES(2,'https://b.example/','B',1,0,13300000000000001,0,0);"
@@ -30,7 +30,7 @@ void fillHistory(Db& db) {
             "INSERT INTO segments VALUES(1,'http://a.example/',1,-1);"
             "INSERT INTO segment_usage VALUES(1,1,13300000000000000,2);");
 }
-constexpr CountPair kHistoryPair{4, 72 + 16 + 12};
+constexpr CountPair kOperaHistoryPair{4, 72 + 16 + 12};
 
 class OperaStoresTest : public ::testing::Test {
 protected:
@@ -43,11 +43,11 @@ protected:
 
 TEST_F(OperaStoresTest, HistoryCountsThreeTablesOfHistory) {
     Db history(data("History"));
-    fillHistory(history);
+    fillOperaHistory(history);
     Db archived(data("Archived History"));
     archived.exec(test::schema::kArchivedHistory);
     archived.exec("INSERT INTO urls VALUES(7,'https://old.example/','Old',1,0,1,0,0);");
-    EXPECT_EQ(opera.countOperaInternetHistory(), kHistoryPair);
+    EXPECT_EQ(opera.countOperaInternetHistory(), kOperaHistoryPair);
 }
 
 TEST_F(OperaStoresTest, ArchivedHistoryAloneIsTheHistoryCount) {
@@ -61,7 +61,7 @@ TEST_F(OperaStoresTest, ArchivedHistoryAloneIsTheHistoryCount) {
 
 TEST_F(OperaStoresTest, HistoryDeleteEmptiesBothStoresWithoutALogLine) {
     Db history(data("History"));
-    fillHistory(history);
+    fillOperaHistory(history);
     Db archived(data("Archived History"));
     archived.exec(test::schema::kArchivedHistory);
     archived.exec("INSERT INTO urls VALUES(7,'https://old.example/','Old',1,0,1,0,0);"
@@ -79,7 +79,7 @@ TEST_F(OperaStoresTest, HistoryDeleteEmptiesBothStoresWithoutALogLine) {
 
 TEST_F(OperaStoresTest, HistoryWithoutSegmentUsageLogsItsFixedLine) {
     Db history(data("History"));
-    fillHistory(history);
+    fillOperaHistory(history);
     history.exec("DROP TABLE segment_usage;");
 
     opera.deleteOperaInternetHistory();
@@ -92,7 +92,7 @@ TEST_F(OperaStoresTest, HistoryWithoutSegmentUsageLogsItsFixedLine) {
 
 TEST_F(OperaStoresTest, DownloadsAreCountedAndAllDeleted) {
     Db history(data("History"));
-    fillHistory(history);
+    fillOperaHistory(history);
     // Two rows of 52 and 48 bytes (the unfinished one has no end time).
     EXPECT_EQ(opera.countOperaDownloadHistory(), (CountPair{2, 52 + 48}));
     opera.deleteOperaDownloadHistory();

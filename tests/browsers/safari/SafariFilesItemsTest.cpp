@@ -11,11 +11,7 @@
 namespace tpc::browsers::safari::sftest {
 namespace {
 
-std::int64_t ownSize(const fs::path& p) {
-    struct stat st {};
-    EXPECT_EQ(::lstat(p.c_str(), &st), 0) << p;
-    return static_cast<std::int64_t>(st.st_size);
-}
+using tpc::test::ownSize;
 
 // --- Internet Cache ---------------------------------------------------------------------------
 

@@ -18,6 +18,8 @@ namespace tpc::core {
 namespace {
 
 namespace fs = std::filesystem;
+using test::bytesOf;
+using test::namesIn;
 using test::TempDir;
 using Strings = std::vector<std::string>;
 
@@ -143,10 +145,6 @@ std::optional<Value> roundTrip(const Value& v, std::string* error = nullptr) {
     if (!parsed)
         return std::nullopt;
     return plist::decodeKeyedArchive(*parsed, error);
-}
-
-std::vector<std::uint8_t> bytesOf(const std::string& s) {
-    return {s.begin(), s.end()};
 }
 
 // ---- the archive layout ----------------------------------------------------------------------
@@ -717,14 +715,6 @@ TEST(PropertyListFileTest, ReadSettingsFileTakesArchivesAndPlainLists) {
     EXPECT_FALSE(plist::readSettingsFile(dir.path(), &error));
     test::writeFile(dir / "empty.plist", "");
     EXPECT_FALSE(plist::readSettingsFile(dir / "empty.plist", &error));
-}
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(folder))
-        names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 TEST(PropertyListFileTest, AtomicWriteReplacesAndLeavesNoTemporaryFile) {

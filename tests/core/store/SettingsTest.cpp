@@ -22,18 +22,11 @@ namespace {
 using test::FakeClock;
 
 namespace fs = std::filesystem;
+using test::namesIn;
 using test::TempDir;
 
 // FakeClock's default wall time, 1795000000 s after the Unix epoch, in UTC.
 constexpr const char* kStamp = "20261118T110640Z";
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(folder))
-        names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 bool logMentions(const SystemLog& log, const std::string& text) {
     for (const auto& line : log.lines())

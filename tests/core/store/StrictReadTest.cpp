@@ -14,11 +14,9 @@
 namespace tpc::core {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using test::bytesOf;
 
-Bytes bytesOf(const std::string& s) {
-    return {s.begin(), s.end()};
-}
+using Bytes = std::vector<std::uint8_t>;
 
 // Where `text` is stored in `bytes` as an ASCII string object (marker 0x5n, n < 15).
 std::size_t asciiObject(const Bytes& bytes, const std::string& text) {
