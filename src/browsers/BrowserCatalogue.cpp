@@ -103,10 +103,9 @@ const CatalogueEntry* findCatalogueEntry(Layout layout, const std::string& name)
     return nullptr;
 }
 
-core::DictRef makeBrowserRootRecord(const CatalogueEntry& entry) {
+core::DictRef makeBrowserRootRecord(const CatalogueEntry& entry, const std::string& path) {
     auto root = makeRecord(entry.name, entry.position);
-    root->getDict(core::keys::DescriptionDictionary)
-        ->set(core::keys::Path, "/Applications/" + entry.name + ".app");
+    root->getDict(core::keys::DescriptionDictionary)->set(core::keys::Path, path);
     root->set(core::keys::IsRootItem, true);
 
     auto subs = core::ArrayObj::make();

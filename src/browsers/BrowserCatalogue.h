@@ -37,6 +37,6 @@ const CatalogueEntry* findCatalogueEntry(platform::Layout layout, const std::str
 // A fresh root record: marked, size 0, "Default Sort", with "Path" "/Applications/<name>.app"
 // and every sub item (also marked, size 0; the auto-quit item's size text is "-"), each sub item
 // linked back to the root.
-core::DictRef makeBrowserRootRecord(const CatalogueEntry& entry);
+core::DictRef makeBrowserRootRecord(const CatalogueEntry& entry, const std::string& path);
 
 } // namespace tpc::browsers

@@ -9,6 +9,7 @@
 #include "core/SizeText.h"
 #include "core/TaskFlags.h"
 #include "core/TaskTexts.h"
+#include "fs/Entries.h"
 #include "platform/Platform.h"
 
 #include <utility>
@@ -79,7 +80,8 @@ DictRef BrowserDriver::rootNamed(const std::string& name) const {
 void BrowserDriver::populateBrowserData() {
     arrayBrowserMainList_->items.clear();
     for (const auto* entry : installedBrowsers())
-        arrayBrowserMainList_->append(makeBrowserRootRecord(*entry));
+        arrayBrowserMainList_->append(makeBrowserRootRecord(
+            *entry, BrowserLocations(ctx_.platform).browserPath(entry->browser).string()));
     selectMainRow(-1);
 }
 
@@ -88,7 +90,8 @@ bool BrowserDriver::appendMissingBrowsers() {
     for (const auto* entry : installedBrowsers()) {
         if (rootNamed(entry->name))
             continue;
-        arrayBrowserMainList_->append(makeBrowserRootRecord(*entry));
+        arrayBrowserMainList_->append(makeBrowserRootRecord(
+            *entry, BrowserLocations(ctx_.platform).browserPath(entry->browser).string()));
         appended = true;
     }
     return appended;
@@ -308,8 +311,10 @@ std::optional<SelectionTotals> BrowserDriver::countSelection(const DictRef& reco
                                                              core::WorkerProgress& progress) {
     const auto selection = core::snapshotRecord(ctx_.mainThread, record);
     const auto* entry = findCatalogueEntry(ctx_.platform.layout(), selection.description);
-    // A browser that is not installed has nothing to measure.
-    if (!entry || !BrowserLocations(ctx_.platform).browserInstalled(entry->browser))
+    // A browser whose row's "Path" is gone (not installed) has nothing to measure.
+    std::string installed;
+    ctx_.mainThread.invoke([&record, &installed] { installed = core::path(record); });
+    if (!entry || installed.empty() || !tpc::fs::entryExists(installed))
         return SelectionTotals{};
     const auto counts = countBrowser(*entry, progress, false);
     if (!counts)

@@ -87,15 +87,23 @@ fs::path chromeFolder(Layout layout, Browser browser) {
 } // namespace
 
 bool BrowserLocations::browserInstalled(Browser browser) const {
-    if (platform_.layout() == Layout::MacOS) {
-        auto app = platform_.underRoot(fs::path("/Applications") /
-                                       (std::string(macAppName(browser)) + ".app"));
-        return tpc::fs::existsFollowingLinks(app);
-    }
-    for (const auto& path : linuxExecutables(browser))
+    const fs::path path = browserPath(browser);
+    if (path.empty())
+        return false;
+    if (platform_.layout() == Layout::MacOS)
+        return tpc::fs::existsFollowingLinks(path);
+    return isExecutable(path);
+}
+
+fs::path BrowserLocations::browserPath(Browser browser) const {
+    if (platform_.layout() == Layout::MacOS)
+        return platform_.underRoot(fs::path("/Applications") /
+                                   (std::string(macAppName(browser)) + ".app"));
+    const auto candidates = linuxExecutables(browser);
+    for (const auto& path : candidates)
         if (isExecutable(platform_.underRoot(path)))
-            return true;
-    return false;
+            return platform_.underRoot(path);
+    return candidates.empty() ? fs::path() : platform_.underRoot(candidates.front());
 }
 
 fs::path BrowserLocations::firefoxProfilesFolder() const {

@@ -26,6 +26,10 @@ public:
     // browser's usual executables under the root (a link counts without being followed, see
     // BrowserLocations.cpp). Safari is never installed in the linux layout.
     bool browserInstalled(Browser browser) const;
+    // Where the browser is installed, as a browser row's "Path" records it: macos
+    // <root>/Applications/<Name>.app; linux the first of its usual executables present under the
+    // root, else the first of them (absent). Empty for Safari in the linux layout.
+    std::filesystem::path browserPath(Browser browser) const;
 
     // The folder holding the Firefox profiles (macos <AppSupport>/Firefox/Profiles; linux
     // ~/.mozilla/firefox, or $XDG_CONFIG_HOME/mozilla/firefox when ~/.mozilla is absent).

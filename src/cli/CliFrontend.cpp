@@ -134,4 +134,14 @@ void CliFrontend::ui(const std::string& action, const core::Value& detail) {
     trace_.write(event);
 }
 
+void CliFrontend::powerEvent(bool registered, bool normal, bool forced) {
+    if (registered)
+        trace_.write({{"event", "power"},
+                      {"action", "register"},
+                      {"normal", normal ? 1 : 0},
+                      {"forced", forced ? 1 : 0}});
+    else
+        trace_.write({{"event", "power"}, {"action", "deregister"}});
+}
+
 } // namespace tpc::cli

@@ -36,6 +36,7 @@ public:
     void stopAnimating() override {}
     void bringMainWindowToFront() override {}
     void ui(const std::string& action, const core::Value& detail = {}) override;
+    void powerEvent(bool registered, bool normal, bool forced) override;
 
     // What the result line and subtitles last showed (the JSON result of scans and cleans).
     const std::optional<std::string>& resultText() const { return result_; }

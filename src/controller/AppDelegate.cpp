@@ -10,6 +10,7 @@
 #include "erase/EraseModule.h"
 #include "eraser/EraserModule.h"
 #include "platform/Platform.h"
+#include "power/PowerModule.h"
 #include "presets/PresetsModule.h"
 #include "system/SystemModule.h"
 
@@ -35,7 +36,8 @@ AppDelegate::AppDelegate(AppServices services)
     // this order (presets, then the eraser list, browser catalogue, application list and system
     // list).
     auto& deleter = add<erase::EraseModule>(ctx_, *tasks_, general_).deleter();
-    add<presets::PresetsModule>(settings_);
+    add<presets::PresetsModule>(ctx_, *tasks_, [this] { return categories(); });
+    add<power::PowerModule>(ctx_, *tasks_, general_);
     add<eraser::EraserModule>(ctx_, *tasks_, deleter);
     add<browsers::BrowsersModule>(ctx_, *tasks_, deleter);
     add<apps::AppsModule>(ctx_, *tasks_, deleter);

@@ -62,6 +62,13 @@ public:
     virtual void bringMainWindowToFront() = 0;
     // Any other interface request (enable or disable a page, reload a list); free form.
     virtual void ui(const std::string& action, const Value& detail = {}) = 0;
+    // Sleep prevention taken around a preset clean (`registered`, with the two sleep options in
+    // force) or released at its end (`registered` false).
+    virtual void powerEvent(bool registered, bool normal, bool forced) {
+        (void)registered;
+        (void)normal;
+        (void)forced;
+    }
 };
 
 } // namespace tpc::core

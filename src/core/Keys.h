@@ -37,6 +37,9 @@ inline constexpr const char* PromptForEnablingSystemUIElements =
 inline constexpr const char* EnableSchedule = "enableSchedule";
 inline constexpr const char* FirstRunDone = "First Run Done";
 inline constexpr const char* ArrayOfPresets = "Array Of Presets";
+// A preset's optional schedule entries, one key per weekday, in the order they are visited.
+inline constexpr const char* Weekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                           "Thursday", "Friday", "Saturday"};
 
 // Settings file names ("presetName" values).
 inline constexpr const char* GeneralName = "General";

@@ -3,6 +3,7 @@
 #include "core/Keys.h"
 #include "core/Record.h"
 #include "core/Settings.h"
+#include "presets/PresetRecords.h"
 
 namespace tpc::presets {
 
@@ -32,7 +33,7 @@ void PresetStore::loadPresets(const std::function<void()>& applySchedule,
                 presets_ = ArrayObj::make();
                 dict_->set(keys::ArrayOfPresets, Value(presets_));
             }
-            linkParents(presets_);
+            linkPresetParents(presets_);
             if (applySchedule)
                 applySchedule();
             if (rebuildCleanMenu)
@@ -45,6 +46,19 @@ void PresetStore::loadPresets(const std::function<void()>& applySchedule,
     save();
     if (rebuildCleanMenu)
         rebuildCleanMenu();
+}
+
+void PresetStore::linkPresetParents(const ArrayRef& presets) {
+    if (!presets)
+        return;
+    for (const auto& preset : presets->dicts()) {
+        preset->parent.reset();
+        auto categories = subList(preset);
+        if (!categories)
+            continue;
+        for (const auto& category : categories->dicts())
+            records::linkCategoryRecord(category);
+    }
 }
 
 bool PresetStore::save() {

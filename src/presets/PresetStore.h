@@ -28,6 +28,11 @@ public:
 
     static core::DictRef emptyPresets();
 
+    // Points every item record of every preset at its category record. The category records
+    // themselves are left without a holder: marking walks up from an item and stops there, never
+    // reaching the preset.
+    static void linkPresetParents(const core::ArrayRef& presets);
+
 private:
     core::Settings& settings_;
     core::DictRef dict_;

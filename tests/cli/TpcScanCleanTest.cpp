@@ -60,7 +60,8 @@ TEST_F(TpcScanClean, CleaningFirefoxCookiesDeletesExactlyTheUnkeptOnes) {
     ASSERT_EQ(out["list"].size(), 1u);
     const auto& firefox = out["list"][0];
     EXPECT_EQ(firefox["Description Dictionary"]["Description"], "Firefox");
-    EXPECT_EQ(firefox["Description Dictionary"]["Path"], "/Applications/Firefox.app");
+    EXPECT_EQ(firefox["Description Dictionary"]["Path"],
+              (root / "Applications/Firefox.app").string());
     EXPECT_EQ(firefox["Mark"], 1);
     EXPECT_FALSE(firefox.contains("Parent"));
     int marked = 0;

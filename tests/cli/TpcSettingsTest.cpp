@@ -25,7 +25,8 @@ TEST_F(Tpc, SettingsListOnAnEmptyHomeCreatesTheStore) {
 
     auto presets = core::plist::readSettingsFile(folder() / "Presets.plist");
     ASSERT_TRUE(presets && presets->dict());
-    EXPECT_TRUE(presets->dict()->getArray("Array Of Presets")->empty());
+    // Only the built-in preset.
+    EXPECT_EQ(presets->dict()->getArray("Array Of Presets")->size(), 1u);
 
     auto general = readFile(folder() / "General.plist");
     auto again = macos({"settings", "list", "--json"});

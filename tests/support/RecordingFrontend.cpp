@@ -100,6 +100,14 @@ void RecordingFrontend::ui(const std::string& action, const Value& detail) {
     record(std::move(e));
 }
 
+void RecordingFrontend::powerEvent(bool registered, bool normal, bool forced) {
+    FrontendEvent e(FrontendEvent::Type::Power);
+    e.action = registered ? "register" : "deregister";
+    e.normal = normal;
+    e.forced = forced;
+    record(std::move(e));
+}
+
 void RecordingFrontend::scriptAlertAnswers(std::vector<int> answers) {
     std::lock_guard lock(mutex_);
     answers_.assign(answers.begin(), answers.end());

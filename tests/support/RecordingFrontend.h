@@ -30,18 +30,20 @@ struct FrontendEvent {
         Button,
         Animation,
         Front,
-        Ui
+        Ui,
+        Power
     };
     explicit FrontendEvent(Type t) : type(t) {}
     Type type;
     ProgressMessage progress;        // Progress
-    std::string action;              // Window: "begin"/"end"; Animation: "start"/"stop"; Ui
+    std::string action;              // Window: "begin"/"end"; Animation: "start"/"stop"; Ui; Power
     std::optional<std::string> text; // Result, Subtitle, AbortButton title
     MainButton button = MainButton::AutoClean; // Subtitle
     AlertRequest alert;                        // Alert
     int answer = 0;                            // Alert
     ButtonUpdate buttonUpdate;                 // Button
     Value detail;                              // Ui
+    bool normal = false, forced = false;       // Power (register)
 };
 
 class RecordingFrontend : public Frontend {
@@ -58,6 +60,7 @@ public:
     void stopAnimating() override;
     void bringMainWindowToFront() override;
     void ui(const std::string& action, const Value& detail = {}) override;
+    void powerEvent(bool registered, bool normal, bool forced) override;
 
     // Answers for the coming alerts, in order.
     void scriptAlertAnswers(std::vector<int> answers);

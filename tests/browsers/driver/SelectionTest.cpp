@@ -58,7 +58,8 @@ public:
     // A preset's copy of a browser row; `marked` names the items left marked.
     core::DictRef record(const std::string& browser, const std::vector<std::string>& marked) {
         const auto* entry = browsers::findCatalogueEntry(platform::Layout::MacOS, browser);
-        auto rec = browsers::makeBrowserRootRecord(*entry);
+        auto rec = browsers::makeBrowserRootRecord(
+            *entry, browsers::BrowserLocations(*platform).browserPath(entry->browser).string());
         for (const auto& item : core::subList(rec)->dicts())
             core::setMark(item, std::find(marked.begin(), marked.end(), core::description(item)) !=
                                     marked.end());

@@ -52,8 +52,11 @@ TEST(StartUp, FirstStartCreatesTheSettingsFilesWithTheirDefaults) {
     ASSERT_TRUE(presets);
     EXPECT_EQ(presets->getString("presetName"), "Presets");
     EXPECT_EQ(presets->getInt("presetIndex"), 0);
-    ASSERT_TRUE(presets->getArray("Array Of Presets"));
-    EXPECT_TRUE(presets->getArray("Array Of Presets")->empty());
+    // The built-in preset, holding the system junk (no browser is installed).
+    const auto all = presets->getArray("Array Of Presets");
+    ASSERT_TRUE(all);
+    ASSERT_EQ(all->size(), 1u);
+    EXPECT_EQ(all->at(0).dict()->getString("presetName"), "One Click Clean");
 }
 
 TEST(StartUp, SecondStartReadsTheFilesBackUnchanged) {
