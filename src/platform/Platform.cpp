@@ -97,8 +97,6 @@ Platform::Platform(PlatformOptions options)
         loginItems_ = std::make_shared<UnavailableLoginItems>();
     scriptRunner_ =
         options.scriptRunner ? options.scriptRunner : std::make_shared<UnavailableScriptRunner>();
-    powerInhibitor_ = options.powerInhibitor ? options.powerInhibitor
-                                             : std::make_shared<UnavailablePowerInhibitor>();
     systemVersion_ = options.systemVersion;
 }
 

@@ -36,7 +36,6 @@ struct PlatformOptions {
     std::shared_ptr<RunningApps> runningApps;
     std::shared_ptr<LoginItems> loginItems;
     std::shared_ptr<ScriptRunner> scriptRunner;
-    std::shared_ptr<PowerInhibitor> powerInhibitor;
     std::optional<SystemVersion> systemVersion;
     fs::path procRoot = "/proc";
 };
@@ -82,7 +81,6 @@ public:
     RunningApps& runningApps() { return *runningApps_; }
     LoginItems& loginItems() { return *loginItems_; }
     ScriptRunner& scriptRunner() { return *scriptRunner_; }
-    PowerInhibitor& powerInhibitor() { return *powerInhibitor_; }
     // The system version when the host has one to give (only the macos host does).
     std::optional<SystemVersion> systemVersion() const { return systemVersion_; }
     // The path the application is installed at, for the login item.
@@ -103,7 +101,6 @@ private:
     std::shared_ptr<RunningApps> runningApps_;
     std::shared_ptr<LoginItems> loginItems_;
     std::shared_ptr<ScriptRunner> scriptRunner_;
-    std::shared_ptr<PowerInhibitor> powerInhibitor_;
     std::optional<SystemVersion> systemVersion_;
 };
 

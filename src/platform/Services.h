@@ -50,17 +50,6 @@ struct SystemVersion {
     int bugFix = 0;
 };
 
-// Holding off system sleep while cleaning.
-class PowerInhibitor {
-public:
-    enum class Kind { NormalSleep, ForcedSleep };
-    virtual ~PowerInhibitor() = default;
-    // Takes a lock of the kind; false when the system refused or has no such service.
-    virtual bool acquire(Kind kind, const std::string& why) = 0;
-    virtual void release(Kind kind) = 0;
-    virtual bool held(Kind kind) const = 0;
-};
-
 class UnavailableScriptRunner final : public ScriptRunner {
 public:
     Result run(const std::string& source) override;
@@ -72,13 +61,6 @@ public:
     bool exists(const std::string&) override { return false; }
     bool enable(const std::string&) override { return false; }
     bool disable(const std::string&) override { return false; }
-};
-
-class UnavailablePowerInhibitor final : public PowerInhibitor {
-public:
-    bool acquire(Kind, const std::string&) override { return false; }
-    void release(Kind) override {}
-    bool held(Kind) const override { return false; }
 };
 
 // Processes read from a /proc folder; bundle identifiers map to process names through a small
