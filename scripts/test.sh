@@ -85,7 +85,8 @@ build/app/src/tpc --help >/dev/null
 end
 
 # The programs whose tests run threads: the task runner and the main-thread queue, the category
-# drivers, and the helper client (its tests of the connection and the in-process daemon).
+# drivers, the preset runner, sleep prevention (its bus watcher), and the helper client (its tests
+# of the connection and the in-process daemon).
 tsan_runs=(
     tests_core_tasks
     tests_core_app
@@ -93,6 +94,8 @@ tsan_runs=(
     tests_system
     tests_apps
     tests_eraser
+    tests_presets
+    tests_power
     "tests_helper HelperClientTest.*:UnixHelperConnection.*:InProcessDaemon.*"
 )
 tsan_targets=()

@@ -4,6 +4,8 @@
 
 #include "power/LogindSleep.h"
 #include "core/SystemLog.h"
+#include "presets/PresetsModule.h"
+#include "support/EngineHarness.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -300,6 +302,33 @@ TEST_F(LogindLocks, WithoutLogindOnTheBusOneLineIsLoggedAndNothingIsHeld) {
     EXPECT_FALSE(backend.registered());
     EXPECT_EQ(watched.count("Sleep prevention not held"), 1u);
     backend.deregister();
+}
+
+// The program's own preset clean on the linux layout: the stand-in logind sees both locks taken
+// when the clean starts and released when it ends.
+TEST_F(LogindLocks, APresetCleanHoldsBothLocksForItsWholeRun) {
+    startLogind();
+    ::setenv("DBUS_SYSTEM_BUS_ADDRESS", bus->address.c_str(), 1);
+    EngineHarness<> h(core::Category::Presets);
+    auto& app = h.start(platform::Layout::Linux);
+    app.general().preventNormalSleep(true);
+    app.general().preventForcedSleep(true);
+    h.flags().setChangesMade(false);
+    h.clean();
+    ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+
+    const auto locks = logind->locks();
+    ASSERT_EQ(locks.size(), 2u);
+    EXPECT_EQ(locks[0].mode, "block");
+    EXPECT_EQ(locks[1].mode, "delay");
+    for (const auto& lock : locks)
+        EXPECT_TRUE(StandInLogind::released(lock));
+    const auto power = h.frontend.eventsOf(FrontendEvent::Type::Power);
+    ASSERT_EQ(power.size(), 2u);
+    EXPECT_EQ(power[0].action, "register");
+    EXPECT_TRUE(power[0].normal && power[0].forced);
+    EXPECT_EQ(power[1].action, "deregister");
+    EXPECT_EQ(h.frontend.resultText(), std::optional<std::string>("Cleaning Done"));
 }
 
 TEST(LogindWithoutBus, ANoBusIsLoggedAndTheCleanGoesOn) {
