@@ -42,6 +42,7 @@ int run(int argc, char** argv) {
     addScanCleanCommands(app, chosen);
     addRecentsCommands(app, chosen);
     addEraserCommands(app, chosen);
+    addPresetCommands(app, chosen);
 
     try {
         app.parse(argc, argv);

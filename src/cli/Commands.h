@@ -23,5 +23,7 @@ void addScanCleanCommands(CLI::App& app, Handler& chosen);
 void addRecentsCommands(CLI::App& app, Handler& chosen);
 // `eraser list|add|remove|clear|mark|option`.
 void addEraserCommands(CLI::App& app, Handler& chosen);
+// `presets list|add|remove|add-item|remove-item|mark|mark-item|sort|scan|clean`, `one-click`.
+void addPresetCommands(CLI::App& app, Handler& chosen);
 
 } // namespace tpc::cli
