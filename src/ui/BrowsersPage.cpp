@@ -2,6 +2,7 @@
 
 #include "browsers/BrowserDriver.h"
 #include "browsers/BrowsersModule.h"
+#include "ui/AddToPresetButton.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
 #include "ui/CookieListsPanel.h"
@@ -58,6 +59,9 @@ BrowsersPage::BrowsersPage(browsers::BrowsersModule& module, core::Context& ctx,
     auto* corner = new QWidget(tabs_);
     auto* cornerLayout = new QHBoxLayout(corner);
     cornerLayout->setContentsMargins(0, 0, 0, 4);
+    addToPreset_ = new AddToPresetButton(
+        {}, [this] { return mainList_->model()->record(mainList_->selectedRow()); }, corner);
+    cornerLayout->addWidget(addToPreset_);
     cornerLayout->addWidget(scanButton_);
     tabs_->setCornerWidget(corner, Qt::TopRightCorner);
 

@@ -23,6 +23,7 @@ class BrowsersModule;
 
 namespace tpc::ui {
 
+class AddToPresetButton;
 class CheckListPanel;
 class CookieListsPanel;
 class MainWindow;
@@ -51,6 +52,8 @@ public:
     CookieListsPanel* cookiePanel() const { return cookies_; }
     QPushButton* scanButton() const { return scanButton_; }
     QTabWidget* tabs() const { return tabs_; }
+    // Copies the selected browser into a preset.
+    AddToPresetButton* addToPresetButton() const { return addToPreset_; }
 
 private:
     QWidget* buildListsTab();
@@ -71,6 +74,7 @@ private:
     CookieListsPanel* cookies_ = nullptr;
     QPushButton* scanButton_ = nullptr;
     QTabWidget* tabs_ = nullptr;
+    AddToPresetButton* addToPreset_ = nullptr;
     bool controlsEnabled_ = true;
 };
 

@@ -7,6 +7,8 @@
 #include "eraser/EraserList.h"
 #include "eraser/EraserModule.h"
 #include "platform/Platform.h"
+#include "presets/PresetModel.h"
+#include "ui/AddToPresetButton.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
 #include "ui/EraserFileDialog.h"
@@ -115,6 +117,15 @@ QWidget* EraserPage::buildToolBar() {
     row->addWidget(removeButton_);
     row->addWidget(removeAllButton_);
     row->addStretch(1);
+    // The first selected path goes into the preset.
+    addToPreset_ = new AddToPresetButton(
+        presets::kFileEraser,
+        [this] {
+            const std::vector<int> rows = selectedRows();
+            return rows.empty() ? nullptr : list_->model()->record(rows.front());
+        },
+        bar);
+    row->addWidget(addToPreset_);
     row->addWidget(scanButton_);
     return bar;
 }

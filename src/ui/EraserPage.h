@@ -31,6 +31,7 @@ class EraserModule;
 
 namespace tpc::ui {
 
+class AddToPresetButton;
 class CheckListPanel;
 class EraserPathLabel;
 class MainWindow;
@@ -72,6 +73,8 @@ public:
     QAction* addEmbeddedAction() const { return addEmbeddedAction_; }
     QPushButton* removeButton() const { return removeButton_; }
     QPushButton* removeAllButton() const { return removeAllButton_; }
+    // Copies the selected path under the preset's "File Eraser".
+    AddToPresetButton* addToPresetButton() const { return addToPreset_; }
     // Index 0: the folder goes with everything in it; 1: only what it holds goes.
     QComboBox* deleteOptionPopUp() const { return deleteOption_; }
     // The full path of the one selected row.
@@ -105,6 +108,7 @@ private:
     QAction* addEmbeddedAction_ = nullptr;
     QPushButton* removeButton_ = nullptr;
     QPushButton* removeAllButton_ = nullptr;
+    AddToPresetButton* addToPreset_ = nullptr;
     QComboBox* deleteOption_ = nullptr;
     EraserPathLabel* pathLabel_ = nullptr;
     QMenu* rowMenu_ = nullptr;

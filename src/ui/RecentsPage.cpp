@@ -7,6 +7,8 @@
 #include "core/Frontend.h"
 #include "core/Record.h"
 #include "platform/Platform.h"
+#include "presets/PresetModel.h"
+#include "ui/AddToPresetButton.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
 #include "ui/EraserFileDialog.h"
@@ -69,6 +71,10 @@ RecentsPage::RecentsPage(apps::AppsModule& module, core::Context& ctx, QWidget* 
     auto* top = new QHBoxLayout;
     top->setContentsMargins(0, 0, 0, 0);
     top->addWidget(intro, 1);
+    addToPreset_ = new AddToPresetButton(
+        presets::kCleanAppJunk, [this] { return list_->model()->record(list_->selectedRow()); },
+        this);
+    top->addWidget(addToPreset_, 0, Qt::AlignTop);
     top->addWidget(scanButton_, 0, Qt::AlignTop);
 
     auto* layout = new QVBoxLayout(this);

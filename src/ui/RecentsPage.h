@@ -30,6 +30,7 @@ class Platform;
 
 namespace tpc::ui {
 
+class AddToPresetButton;
 class CheckListPanel;
 class MainWindow;
 class RecentsOptionsMenu;
@@ -86,6 +87,8 @@ public:
     QPushButton* removeButton() const { return removeButton_; }
     QPushButton* removeAllButton() const { return removeAllButton_; }
     QPushButton* optionsButton() const { return optionsButton_; }
+    // Copies the selected application under the preset's "Clean App Junk".
+    AddToPresetButton* addToPresetButton() const { return addToPreset_; }
     // The options pop-up now open; null when none is.
     RecentsOptionsMenu* optionsMenu() const;
 
@@ -109,6 +112,7 @@ private:
     QPushButton* removeButton_ = nullptr;
     QPushButton* removeAllButton_ = nullptr;
     QPushButton* optionsButton_ = nullptr;
+    AddToPresetButton* addToPreset_ = nullptr;
     QPointer<RecentsOptionsMenu> optionsMenu_;
     bool controlsEnabled_ = true;
 };

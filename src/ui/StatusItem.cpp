@@ -16,6 +16,8 @@ const QString kIdleImage = QStringLiteral("Status Icon.png");
 constexpr int kFrameIntervalMs = 100;
 // Frames 0..8: after frame 8 the animation starts again.
 constexpr int kLastFrameBeforeWrap = 7;
+// "One Click Clean" and the separator after it head the "Clean" submenu.
+constexpr std::size_t kFixedCleanEntries = 2;
 
 // Calls the handler as it is when the menu entry fires, so handlers set later are used.
 void callIfSet(const std::function<void()>& handler) {
@@ -69,6 +71,33 @@ void StatusItem::stopAnimating() {
 void StatusItem::updateImage() {
     setImage(QStringLiteral("Status Icon Anim %1.png").arg(currentFrame_));
     currentFrame_ = currentFrame_ > kLastFrameBeforeWrap ? 0 : currentFrame_ + 1;
+}
+
+std::vector<std::string> StatusItem::cleanMenuTitles() const {
+    std::vector<std::string> titles;
+    if (cleanMenu_)
+        for (const QAction* entry : cleanMenu_->actions())
+            titles.push_back(entry->isSeparator() ? std::string() : entry->text().toStdString());
+    return titles;
+}
+
+void StatusItem::setCleanMenuTitles(const std::vector<std::string>& titles) {
+    if (!cleanMenu_)
+        return;
+    const QList<QAction*> entries = cleanMenu_->actions();
+    for (auto i = static_cast<qsizetype>(kFixedCleanEntries); i < entries.size(); ++i) {
+        cleanMenu_->removeAction(entries[i]);
+        entries[i]->deleteLater();
+    }
+    for (std::size_t i = kFixedCleanEntries; i < titles.size(); ++i) {
+        const std::string title = titles[i];
+        QAction* entry = cleanMenu_->addAction(QString::fromStdString(title));
+        entry->setEnabled(true);
+        connect(entry, &QAction::triggered, this, [this, title] {
+            if (onCleanPreset)
+                onCleanPreset(title);
+        });
+    }
 }
 
 void StatusItem::setImage(const QString& name) {

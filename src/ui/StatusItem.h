@@ -10,6 +10,8 @@
 
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 class QAction;
 class QMenu;
@@ -40,6 +42,12 @@ public:
     QAction* oneClickCleanAction() const { return oneClickClean_; }
     QAction* showWindowAction() const { return showWindow_; }
     QAction* quitAction() const { return quit_; }
+    // The "Clean" submenu's entries by title, a separator as an empty title.
+    std::vector<std::string> cleanMenuTitles() const;
+    // Rebuilds the "Clean" submenu from `titles`, entries as cleanMenuTitles() gives them: the
+    // first two (the one-click entry and the separator) stay, every entry after them is replaced
+    // by one preset entry per title from position 2 on.
+    void setCleanMenuTitles(const std::vector<std::string>& titles);
 
     // Puts the item in the tray where the desktop has one.
     void show();
@@ -50,6 +58,8 @@ public:
     bool removed() const { return !menu_; }
 
     std::function<void()> onOneClickClean;
+    // A preset entry of the "Clean" submenu was chosen; its title names the preset.
+    std::function<void(const std::string& title)> onCleanPreset;
     std::function<void()> onShowWindow;
     std::function<void()> onQuit;
 

@@ -1,8 +1,10 @@
 #include "ui/SystemPage.h"
 
 #include "core/Record.h"
+#include "presets/PresetModel.h"
 #include "system/SystemDriver.h"
 #include "system/SystemModule.h"
+#include "ui/AddToPresetButton.h"
 #include "ui/CheckListModel.h"
 #include "ui/CheckListPanel.h"
 #include "ui/MainWindow.h"
@@ -47,6 +49,10 @@ SystemPage::SystemPage(system::SystemModule& module, QWidget* parent)
     auto* top = new QHBoxLayout;
     top->setContentsMargins(0, 0, 0, 0);
     top->addWidget(intro, 1);
+    addToPreset_ = new AddToPresetButton(
+        presets::kCleanSystemJunk, [this] { return list_->model()->record(list_->selectedRow()); },
+        this);
+    top->addWidget(addToPreset_, 0, Qt::AlignTop);
     top->addWidget(scanButton_, 0, Qt::AlignTop);
 
     auto* layout = new QVBoxLayout(this);

@@ -18,6 +18,7 @@ class SystemModule;
 
 namespace tpc::ui {
 
+class AddToPresetButton;
 class CheckListPanel;
 class MainWindow;
 class RecordNameDelegate;
@@ -44,6 +45,8 @@ public:
     CheckListPanel* list() const { return list_; }
     RecordNameDelegate* nameDelegate() const { return delegate_; }
     QPushButton* scanButton() const { return scanButton_; }
+    // Copies the selected category under the preset's "Clean System Junk".
+    AddToPresetButton* addToPresetButton() const { return addToPreset_; }
 
 private:
     void wireList();
@@ -54,6 +57,7 @@ private:
     CheckListPanel* list_ = nullptr;
     RecordNameDelegate* delegate_ = nullptr;
     QPushButton* scanButton_ = nullptr;
+    AddToPresetButton* addToPreset_ = nullptr;
     bool controlsEnabled_ = true;
 };
 

@@ -9,11 +9,15 @@
 #include "core/ThreadGroup.h"
 #include "eraser/EraserModule.h"
 #include "platform/Platform.h"
+#include "presets/PresetsModule.h"
 #include "system/SystemModule.h"
+#include "ui/AddToPresetButton.h"
+#include "ui/AutoCleanPage.h"
 #include "ui/BrowsersPage.h"
 #include "ui/EraserPage.h"
 #include "ui/MainWindow.h"
 #include "ui/PreferencesPage.h"
+#include "ui/PresetListeners.h"
 #include "ui/ProgressSheet.h"
 #include "ui/QtFrontend.h"
 #include "ui/QtMainThread.h"
@@ -32,6 +36,9 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace tpc::ui {
 
@@ -123,15 +130,22 @@ public:
             frontend_.bringMainWindowToFront();
         };
         statusItem_.onOneClickClean = [this] {
-            // The presets bring the one-click clean of the selected preset; until then the
-            // entry opens its page.
             frontend_.bringMainWindowToFront();
-            window_.buttonMainAutoCleanClicked();
+            if (auto* m = app_.module<presets::PresetsModule>())
+                m->runner().startOneClickClean();
+            else
+                window_.buttonMainAutoCleanClicked();
         };
         statusItem_.onQuit = [this] {
             quit();
         };
 
+        // Start-up measures the built-in preset before the Auto clean page exists; the page
+        // shows the result once it is built.
+        if (auto* m = app_.module<presets::PresetsModule>())
+            m->oneClickDone = [this](const presets::OneClickResult& result) {
+                oneClick_ = result;
+            };
         app_.startUp(core::StartupOptions{.headless = false});
 
         // Interface state read from the settings, once they are loaded.
@@ -141,14 +155,21 @@ public:
         // Recents and System pages also scan at once).
         // A page whose subsystem this program was built without stays blank.
         auto& ctx = app_.context();
+        std::vector<AddToPresetButton*> popUps;
         if (auto* m = app_.module<browsers::BrowsersModule>())
-            wirePage(new BrowsersPage(*m, ctx), m->driver(), "buttonBrowsersScan");
+            popUps.push_back(wirePage(new BrowsersPage(*m, ctx), m->driver(), "buttonBrowsersScan")
+                                 ->addToPresetButton());
         if (auto* m = app_.module<apps::AppsModule>())
-            wirePage(new RecentsPage(*m, ctx), m->driver(), "buttonRecentsScan");
+            popUps.push_back(wirePage(new RecentsPage(*m, ctx), m->driver(), "buttonRecentsScan")
+                                 ->addToPresetButton());
         if (auto* m = app_.module<system::SystemModule>())
-            wirePage(new SystemPage(*m), m->driver(), "buttonSystemScan");
+            popUps.push_back(
+                wirePage(new SystemPage(*m), m->driver(), "buttonSystemScan")->addToPresetButton());
         if (auto* m = app_.module<eraser::EraserModule>())
-            wirePage(new EraserPage(*m, ctx), m->driver(), "buttonFoldersScan");
+            popUps.push_back(wirePage(new EraserPage(*m, ctx), m->driver(), "buttonFoldersScan")
+                                 ->addToPresetButton());
+        if (auto* m = app_.module<presets::PresetsModule>())
+            startPresets(*m, popUps);
         frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
             if (action == "loginItemCheckBox" && prefs_)
                 prefs_->setLoginItemChecked(detail.toBool());
@@ -176,11 +197,40 @@ public:
     MainWindow& window() { return window_; }
 
 private:
+    // The Auto clean page, and everything that follows the presets: the page's lists, the
+    // status menu's "Clean" submenu and the category pages' "Add to Preset" pop-ups.
+    void startPresets(presets::PresetsModule& module,
+                      const std::vector<AddToPresetButton*>& popUps) {
+        auto* page = wirePage(new AutoCleanPage(module), module.runner(), "buttonPresetsScan");
+        if (oneClick_)
+            page->showOneClickResult(*oneClick_);
+        presetListeners_ = std::make_unique<PresetListeners>(module.model());
+        presetListeners_->setPage(page);
+        presetListeners_->setStatusItem(&statusItem_);
+        for (AddToPresetButton* popUp : popUps)
+            presetListeners_->addPopUp(popUp);
+
+        presets::PresetRunner& runner = module.runner();
+        runner.showMainWindow = [this] {
+            frontend_.bringMainWindowToFront();
+        };
+        runner.mainWindowVisible = [this] {
+            return window_.isVisible();
+        };
+        runner.showPresetsPage = [this] {
+            if (window_.currentPageId() != QLatin1String("2"))
+                window_.buttonMainAutoCleanClicked();
+        };
+        statusItem_.onCleanPreset = [&runner](const std::string& title) {
+            runner.cleanFromMenu(title);
+        };
+    }
+
     // Puts a category page into the window and gives its engine the page's hooks. The deletion
     // choice is read by the cleaning workers, so the Preferences page stays still while a clean
     // runs.
     template <class Page>
-    void wirePage(Page* page, core::CategoryEngine& engine, const char* scanButtonName) {
+    Page* wirePage(Page* page, core::CategoryEngine& engine, const char* scanButtonName) {
         page->attach(window_);
         auto hooks = page->hooks();
         hooks.disableForClean = [this, inner = hooks.disableForClean] {
@@ -197,6 +247,7 @@ private:
         };
         engine.hooks = hooks;
         frontend_.registerButton(scanButtonName, page->scanButton());
+        return page;
     }
 
     core::RealClock clock_;
@@ -210,6 +261,9 @@ private:
     QtFrontend frontend_;
     controller::AppDelegate app_;
     QPointer<PreferencesPage> prefs_;
+    std::optional<presets::OneClickResult> oneClick_;
+    // Before the engine goes: the presets model then tells nobody.
+    std::unique_ptr<PresetListeners> presetListeners_;
 };
 
 } // namespace
