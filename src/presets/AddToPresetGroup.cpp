@@ -49,12 +49,7 @@ bool sameRow(const DictRef& a, const DictRef& b) {
 
 bool PresetModel::addRowToPresetGroup(int position, const std::string& title,
                                       const std::string& group, const DictRef& pageRow) {
-    const auto rows = presets();
-    if (position < 2 || !pageRow || !rows || rows->empty())
-        return false;
-    DictRef preset = presetNamed(title);
-    if (!preset)
-        preset = rows->at(0).dict();
+    const DictRef preset = popUpTarget(position, title, pageRow);
     if (!preset)
         return false;
 

@@ -162,13 +162,18 @@ std::vector<std::string> PresetModel::addToPresetEntries() const {
     return entries;
 }
 
-bool PresetModel::addRowToPreset(int position, const std::string& title, const DictRef& pageRow) {
+DictRef PresetModel::popUpTarget(int position, const std::string& title,
+                                 const DictRef& pageRow) const {
     const auto rows = presets();
+    // Positions 0 and 1 are the pop-up's title and separator.
     if (position < 2 || !pageRow || !rows || rows->empty())
-        return false;
+        return nullptr;
     DictRef preset = presetNamed(title);
-    if (!preset)
-        preset = rows->at(0).dict();
+    return preset ? preset : rows->at(0).dict();
+}
+
+bool PresetModel::addRowToPreset(int position, const std::string& title, const DictRef& pageRow) {
+    const DictRef preset = popUpTarget(position, title, pageRow);
     if (!preset || records::holdsCategory(preset, description(pageRow)))
         return false;
     records::ensureSubList(preset)->append(Value(records::copyCategoryRecord(pageRow, false)));

@@ -151,6 +151,10 @@ public:
 
 private:
     void tell(const char* what) const;
+    // The preset an "Add to Preset" choice goes to: the one titled `title`, else the first; null
+    // for the pop-up's title and separator, without a selected row or without presets.
+    core::DictRef popUpTarget(int position, const std::string& title,
+                              const core::DictRef& pageRow) const;
 
     PresetStore& store_;
     core::TaskFlags& flags_;

@@ -1,15 +1,10 @@
 #include "ui/CheckListPanel.h"
 
-#include "core/Keys.h"
 #include "ui/CheckListModel.h"
-#include "ui/MasterCheckBox.h"
 
-#include <QComboBox>
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QTableView>
-#include <QVBoxLayout>
 
 #include <utility>
 
@@ -21,28 +16,14 @@ constexpr int kCheckColumnWidth = 30;
 constexpr int kSizeColumnWidth = 84;
 constexpr int kRowHeight = 24;
 
-const char* const kCheckListStyleSheet = R"(
-QTableView {
-    border: 1px solid #dde3ea; border-radius: 6px; background: #ffffff;
-    alternate-background-color: #f6f8fb; selection-background-color: #dbe8f6;
-    selection-color: #1f2933; outline: 0;
-}
-QTableView::item { padding-right: 6px; }
-)";
-
 } // namespace
 
-CheckListPanel::CheckListPanel(const QString& title, QWidget* parent) : QWidget(parent) {
-    master_ = new MasterCheckBox(title, this);
-    sortPopUp_ = new QComboBox(this);
-    for (const char* entry :
-         {core::keys::DefaultSort, core::keys::SortByName, core::keys::SortBySize})
-        sortPopUp_->addItem(QString::fromLatin1(entry));
-
+CheckListPanel::CheckListPanel(const QString& title, QWidget* parent)
+    : ListPanelFrame(title, parent) {
     model_ = new CheckListModel(this);
     table_ = new QTableView(this);
     table_->setModel(model_);
-    table_->setStyleSheet(QString::fromLatin1(kCheckListStyleSheet));
+    table_->setStyleSheet(listStyleSheet("QTableView", "padding-right: 6px;"));
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -61,25 +42,8 @@ CheckListPanel::CheckListPanel(const QString& title, QWidget* parent) : QWidget(
     columns->resizeSection(CheckListModel::CheckColumn, kCheckColumnWidth);
     columns->resizeSection(CheckListModel::SizeColumn, kSizeColumnWidth);
 
-    auto* header = new QHBoxLayout;
-    header->setContentsMargins(6, 0, 0, 0);
-    header->addWidget(master_);
-    header->addStretch(1);
-    header->addWidget(sortPopUp_);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(6);
-    layout->addLayout(header);
-    layout->addWidget(table_, 1);
+    placeList(table_);
 
-    master_->onClicked = [this](core::CheckState shown) {
-        if (onMasterClicked)
-            onMasterClicked(shown);
-    };
-    connect(sortPopUp_, &QComboBox::activated, this, [this](int index) {
-        if (onSortChosen)
-            onSortChosen(static_cast<core::SortChoice>(index));
-    });
     model_->onMarkToggled = [this](int row, bool on) {
         if (onMarkToggled)
             onMarkToggled(row, on);
@@ -96,14 +60,6 @@ void CheckListPanel::reload(core::ArrayRef rows, int selected) {
         model_->setRows(std::move(rows));
     selectRow(selected);
     quiet_ = false;
-}
-
-void CheckListPanel::showMasterState(core::CheckState state) {
-    master_->showState(state);
-}
-
-void CheckListPanel::showSort(core::SortChoice choice) {
-    sortPopUp_->setCurrentIndex(static_cast<int>(choice));
 }
 
 int CheckListPanel::selectedRow() const {

@@ -1,10 +1,9 @@
 #include "ui/PresetOutlineModel.h"
 
+#include "core/CheckList.h"
 #include "core/Keys.h"
 #include "core/Record.h"
-#include "ui/Resources.h"
 
-#include <QPixmap>
 
 #include <utility>
 
@@ -110,16 +109,7 @@ QIcon PresetOutlineModel::icon(const core::DictRef& rec) const {
     const std::string* name = dd ? dd->get(core::keys::Icon).string() : nullptr;
     if (!name || name->empty())
         return {};
-    const QString key = QString::fromStdString(*name);
-    auto found = icons_.constFind(key);
-    if (found != icons_.constEnd())
-        return *found;
-    QImage picture = image(key);
-    if (picture.isNull() && !key.contains(QLatin1Char('.')))
-        picture = image(key + QStringLiteral(".png"));
-    const QIcon loaded = picture.isNull() ? QIcon() : QIcon(QPixmap::fromImage(picture));
-    icons_.insert(key, loaded);
-    return loaded;
+    return icons_.named(QString::fromStdString(*name));
 }
 
 QVariant PresetOutlineModel::data(const QModelIndex& index, int role) const {

@@ -8,8 +8,9 @@
 
 #include "core/Value.h"
 
+#include "ui/RecordIcons.h"
+
 #include <QAbstractItemModel>
-#include <QHash>
 #include <QIcon>
 
 #include <functional>
@@ -56,7 +57,7 @@ private:
 
     core::ArrayRef records_;
     // Pictures by name, loaded once.
-    mutable QHash<QString, QIcon> icons_;
+    RecordIcons icons_;
 };
 
 } // namespace tpc::ui

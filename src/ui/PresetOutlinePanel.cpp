@@ -1,15 +1,10 @@
 #include "ui/PresetOutlinePanel.h"
 
-#include "core/Keys.h"
-#include "ui/MasterCheckBox.h"
 #include "ui/PresetOutlineModel.h"
 
-#include <QComboBox>
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QTreeView>
-#include <QVBoxLayout>
 
 #include <utility>
 
@@ -20,29 +15,15 @@ namespace {
 constexpr int kOutlineIndent = 18;
 constexpr int kOutlineIconSize = 18;
 
-// The same frame, rows and selection as the check-box lists.
-const char* const kOutlineStyleSheet = R"(
-QTreeView {
-    border: 1px solid #dde3ea; border-radius: 6px; background: #ffffff;
-    alternate-background-color: #f6f8fb; selection-background-color: #dbe8f6;
-    selection-color: #1f2933; outline: 0;
-}
-QTreeView::item { padding-right: 6px; min-height: 22px; }
-)";
-
 } // namespace
 
-PresetOutlinePanel::PresetOutlinePanel(const QString& title, QWidget* parent) : QWidget(parent) {
-    master_ = new MasterCheckBox(title, this);
-    sortPopUp_ = new QComboBox(this);
-    for (const char* entry :
-         {core::keys::DefaultSort, core::keys::SortByName, core::keys::SortBySize})
-        sortPopUp_->addItem(QString::fromLatin1(entry));
-
+PresetOutlinePanel::PresetOutlinePanel(const QString& title, QWidget* parent)
+    : ListPanelFrame(title, parent) {
     model_ = new PresetOutlineModel(this);
     tree_ = new QTreeView(this);
     tree_->setModel(model_);
-    tree_->setStyleSheet(QString::fromLatin1(kOutlineStyleSheet));
+    // The same frame, rows and selection as the check-box lists.
+    tree_->setStyleSheet(listStyleSheet("QTreeView", "padding-right: 6px; min-height: 22px;"));
     tree_->setSelectionBehavior(QAbstractItemView::SelectRows);
     tree_->setSelectionMode(QAbstractItemView::SingleSelection);
     tree_->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -61,25 +42,8 @@ PresetOutlinePanel::PresetOutlinePanel(const QString& title, QWidget* parent) : 
     // As wide as the widest size shown: the indented names need the room.
     columns->setSectionResizeMode(PresetOutlineModel::SizeColumn, QHeaderView::ResizeToContents);
 
-    auto* header = new QHBoxLayout;
-    header->setContentsMargins(6, 0, 0, 0);
-    header->addWidget(master_);
-    header->addStretch(1);
-    header->addWidget(sortPopUp_);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(6);
-    layout->addLayout(header);
-    layout->addWidget(tree_, 1);
+    placeList(tree_);
 
-    master_->onClicked = [this](core::CheckState shown) {
-        if (onMasterClicked)
-            onMasterClicked(shown);
-    };
-    connect(sortPopUp_, &QComboBox::activated, this, [this](int index) {
-        if (onSortChosen)
-            onSortChosen(static_cast<core::SortChoice>(index));
-    });
     connect(tree_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         if (!quiet_ && onSelectionChanged)
             onSelectionChanged(selectedRecord());
@@ -96,14 +60,6 @@ void PresetOutlinePanel::reload(core::ArrayRef records) {
     tree_->expandToDepth(0);
     selectRecord(kept);
     quiet_ = false;
-}
-
-void PresetOutlinePanel::showMasterState(core::CheckState state) {
-    master_->showState(state);
-}
-
-void PresetOutlinePanel::showSort(core::SortChoice choice) {
-    sortPopUp_->setCurrentIndex(static_cast<int>(choice));
 }
 
 core::DictRef PresetOutlinePanel::selectedRecord() const {

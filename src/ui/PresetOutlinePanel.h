@@ -4,51 +4,39 @@
 // Name", "Sort by Size") and the outline of category records and their items. The panel only
 // shows and reports; the page's handlers change the presets through their model.
 
-#include "core/CheckList.h"
 #include "core/Value.h"
-
-#include <QWidget>
+#include "ui/ListPanelFrame.h"
 
 #include <functional>
 
-class QComboBox;
 class QTreeView;
 
 namespace tpc::ui {
 
-class MasterCheckBox;
 class PresetOutlineModel;
 
-class PresetOutlinePanel : public QWidget {
+class PresetOutlinePanel : public ListPanelFrame {
     Q_OBJECT
 public:
     explicit PresetOutlinePanel(const QString& title, QWidget* parent = nullptr);
 
     PresetOutlineModel* model() const { return model_; }
     QTreeView* tree() const { return tree_; }
-    MasterCheckBox* masterBox() const { return master_; }
-    QComboBox* sortPopUp() const { return sortPopUp_; }
 
     // Shows `records` (again, after they changed) with the category records expanded; the
     // selected record stays selected while it is still shown. The selection handler is not
     // called: the caller knows what it shows.
     void reload(core::ArrayRef records);
-    void showMasterState(core::CheckState state);
-    void showSort(core::SortChoice choice);
 
     // The selected record; null for none.
     core::DictRef selectedRecord() const;
     void selectRecord(const core::DictRef& record);
 
-    std::function<void(core::CheckState shown)> onMasterClicked;
-    std::function<void(core::SortChoice choice)> onSortChosen;
     std::function<void(const core::DictRef& record)> onSelectionChanged;
 
 private:
     PresetOutlineModel* model_ = nullptr;
     QTreeView* tree_ = nullptr;
-    MasterCheckBox* master_ = nullptr;
-    QComboBox* sortPopUp_ = nullptr;
     bool quiet_ = false;
 };
 

@@ -36,16 +36,7 @@ QIcon RecordNameDelegate::icon(int row) const {
         return {};
     const core::Value& value = dd->get(core::keys::Icon);
     if (const std::string* name = value.string()) {
-        const QString key = QString::fromStdString(*name);
-        auto found = icons_.constFind(key);
-        if (found != icons_.constEnd())
-            return *found;
-        QImage picture = image(key);
-        if (picture.isNull() && !key.contains(QLatin1Char('.')))
-            picture = image(key + QStringLiteral(".png"));
-        const QIcon loaded = picture.isNull() ? QIcon() : QIcon(QPixmap::fromImage(picture));
-        icons_.insert(key, loaded);
-        return loaded;
+        return icons_.named(QString::fromStdString(*name));
     }
     if (const core::Data* bytes = value.data()) {
         QImage picture;

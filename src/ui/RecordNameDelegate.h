@@ -3,7 +3,8 @@
 // System and Recents lists): the record's "Icon" before its name, and its "Count" ("12 items")
 // in grey at the right of the cell, next to the size column.
 
-#include <QHash>
+#include "ui/RecordIcons.h"
+
 #include <QIcon>
 #include <QStyledItemDelegate>
 
@@ -32,7 +33,7 @@ protected:
 private:
     const CheckListModel& model_;
     // Pictures by name, loaded once.
-    mutable QHash<QString, QIcon> icons_;
+    RecordIcons icons_;
 };
 
 } // namespace tpc::ui

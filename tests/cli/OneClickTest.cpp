@@ -5,6 +5,7 @@
 #include "TpcFixture.h"
 
 #include "support/Sql.h"
+#include "support/StoreSchemas.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -17,25 +18,13 @@ namespace {
 using nlohmann::json;
 using Strings = std::vector<std::string>;
 
-const char* const kMozCookies =
-    "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, originAttributes TEXT NOT NULL DEFAULT '', "
-    "name TEXT, value TEXT, host TEXT, path TEXT, expiry INTEGER, lastAccessed INTEGER, "
-    "creationTime INTEGER, isSecure INTEGER, isHttpOnly INTEGER, inBrowserElement INTEGER "
-    "DEFAULT 0, sameSite INTEGER DEFAULT 0, rawSameSite INTEGER DEFAULT 0, schemeMap INTEGER "
-    "DEFAULT 0);"
+// Three Firefox cookies, and two Chrome ones of which "keep.org" is on the keep list.
+const std::string kMozCookies =
+    std::string(test::schema::kFirefoxCookies) +
     "INSERT INTO moz_cookies(name, value, host, path) VALUES ('a', '1', '.example.com', '/'), "
     "('b', '2', 'shop.example', '/'), ('c', '3', 'keep.org', '/');";
-
-const char* const kChromeCookies =
-    "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
-    "CREATE TABLE cookies(creation_utc INTEGER NOT NULL,host_key TEXT NOT NULL,"
-    "top_frame_site_key TEXT NOT NULL,name TEXT NOT NULL,value TEXT NOT NULL,"
-    "encrypted_value BLOB NOT NULL,path TEXT NOT NULL,expires_utc INTEGER NOT NULL,"
-    "is_secure INTEGER NOT NULL,is_httponly INTEGER NOT NULL,last_access_utc INTEGER NOT NULL,"
-    "has_expires INTEGER NOT NULL,is_persistent INTEGER NOT NULL,priority INTEGER NOT NULL,"
-    "samesite INTEGER NOT NULL,source_scheme INTEGER NOT NULL,source_port INTEGER NOT NULL,"
-    "last_update_utc INTEGER NOT NULL,source_type INTEGER NOT NULL,"
-    "has_cross_site_ancestor INTEGER NOT NULL);"
+const std::string kChromeCookies =
+    std::string(test::schema::kCookies) +
     "INSERT INTO cookies VALUES(13300000000000000, '.example.com', '', 'a', 'v', X'0102', '/', "
     "13400000000000000, 1, 0, 13300000000000001, 1, 1, 1, -1, 2, 443, 13300000000000002, 0, 0);"
     "INSERT INTO cookies VALUES(13300000000000000, 'keep.org', '', 'k', 'v', X'0102', '/', "

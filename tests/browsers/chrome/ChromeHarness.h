@@ -13,6 +13,7 @@
 #include "platform/Platform.h"
 #include "support/FakeClock.h"
 #include "support/RecordingRunningApps.h"
+#include "support/StoreSchemas.h"
 #include "support/TempDir.h"
 
 #include <atomic>
@@ -54,23 +55,6 @@ public:
 private:
     sqlite3* db_ = nullptr;
 };
-
-// The layouts of the Chrome-family stores, as the browser creates them.
-namespace schema {
-extern const char* const kHistory;
-extern const char* const kArchivedHistory;
-extern const char* const kHistoryIndex;
-extern const char* const kCookies;
-extern const char* const kWebData;
-extern const char* const kLoginData;
-extern const char* const kFavicons;
-extern const char* const kTopSites;
-extern const char* const kOperaStash;
-extern const char* const kOperaThumbnails;
-extern const char* const kOperaSession;
-extern const char* const kFirefoxContentPrefs;
-extern const char* const kFirefoxCookies;
-} // namespace schema
 
 // One cookie row of the "cookies" layout: 80 bytes by the size estimate, plus the lengths of
 // the host and the name.

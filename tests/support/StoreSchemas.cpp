@@ -1,7 +1,7 @@
 // The table layouts of the Chrome-family stores (and the two Firefox stores Opera's site
 // preferences reach), as the browsers create them.
 
-#include "ChromeHarness.h"
+#include "support/StoreSchemas.h"
 
 namespace tpc::test::schema {
 
