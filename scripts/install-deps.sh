@@ -8,6 +8,7 @@ packages=(
     libplist-dev libplist++-dev
     libcli11-dev nlohmann-json3-dev
     libsqlite3-dev sqlite3 libsystemd-dev dbus-daemon libpugixml-dev
+    libcurl4-openssl-dev libssl-dev
     libgtest-dev libgmock-dev
     qt6-base-dev qt6-svg-dev libgl-dev fonts-dejavu-core
     "$@"

@@ -85,8 +85,8 @@ build/app/src/tpc --help >/dev/null
 end
 
 # The programs whose tests run threads: the task runner and the main-thread queue, the category
-# drivers, the preset runner, sleep prevention (its bus watcher), and the helper client (its tests
-# of the connection and the in-process daemon).
+# drivers, the preset runner, sleep prevention (its bus watcher), the weekly schedule, and the helper
+# client (its tests of the connection and the in-process daemon).
 tsan_runs=(
     tests_core_tasks
     tests_core_app
@@ -96,6 +96,7 @@ tsan_runs=(
     tests_eraser
     tests_presets
     tests_power
+    tests_schedule
     "tests_helper HelperClientTest.*:UnixHelperConnection.*:InProcessDaemon.*"
 )
 tsan_targets=()

@@ -43,6 +43,8 @@ int run(int argc, char** argv) {
     addRecentsCommands(app, chosen);
     addEraserCommands(app, chosen);
     addPresetCommands(app, chosen);
+    addScheduleCommands(app, chosen);
+    addUpdateCommands(app, chosen);
 
     try {
         app.parse(argc, argv);

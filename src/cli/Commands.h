@@ -25,5 +25,9 @@ void addRecentsCommands(CLI::App& app, Handler& chosen);
 void addEraserCommands(CLI::App& app, Handler& chosen);
 // `presets list|add|remove|add-item|remove-item|mark|mark-item|sort|scan|clean`, `one-click`.
 void addPresetCommands(CLI::App& app, Handler& chosen);
+// `schedule list|set|unset|enable|disable|run`.
+void addScheduleCommands(CLI::App& app, Handler& chosen);
+// `update check [--info PLIST]`.
+void addUpdateCommands(CLI::App& app, Handler& chosen);
 
 } // namespace tpc::cli

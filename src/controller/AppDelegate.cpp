@@ -12,7 +12,9 @@
 #include "platform/Platform.h"
 #include "power/PowerModule.h"
 #include "presets/PresetsModule.h"
+#include "schedule/ScheduleModule.h"
 #include "system/SystemModule.h"
+#include "update/UpdateModule.h"
 
 #include <algorithm>
 
@@ -38,6 +40,8 @@ AppDelegate::AppDelegate(AppServices services)
     auto& deleter = add<erase::EraseModule>(ctx_, *tasks_, general_).deleter();
     add<presets::PresetsModule>(ctx_, *tasks_, [this] { return categories(); });
     add<power::PowerModule>(ctx_, *tasks_, general_);
+    add<schedule::ScheduleModule>(ctx_, *tasks_, general_, *module<presets::PresetsModule>());
+    add<update::UpdateModule>(ctx_);
     add<eraser::EraserModule>(ctx_, *tasks_, deleter);
     add<browsers::BrowsersModule>(ctx_, *tasks_, deleter);
     add<apps::AppsModule>(ctx_, *tasks_, deleter);
@@ -145,16 +149,12 @@ void AppDelegate::firstRun(bool addLoginItem) {
         toggleLoginItem(true);
         services_.frontend.ui("loginItemCheckBox", core::Value(true));
     }
-    setFirstRunSchedules();
+    // The schedules (Monday, Wednesday and Friday for the built-in preset), then the
+    // application list.
     for (auto& m : modules_)
         m->firstRun();
     if (addLoginItem)
         services_.frontend.ui("showMainWindow");
-}
-
-void AppDelegate::setFirstRunSchedules() {
-    // Monday 10:00, Wednesday 12:00 and Friday 14:00 for the "One Click Clean" preset, with the
-    // schedule enabled: filled in with the scheduler.
 }
 
 std::string AppDelegate::uiElementsProbeScript() {

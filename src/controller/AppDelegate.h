@@ -81,7 +81,6 @@ public:
 
     // First-start defaults; runs only while "First Run Done" is absent.
     void firstRun(bool addLoginItem);
-    void setFirstRunSchedules();
 
     // The one-time prompt asking the user to allow UI scripting.
     void promptForUIElementsEnabling();

@@ -30,8 +30,10 @@ void FakeClock::sleepFor(Duration d) {
     }
     auto wake = elapsed_ + d;
     ++sleepers_;
+    const auto waiting = wakes_.insert(wake);
     cv_.notify_all();
     cv_.wait(lock, [&] { return elapsed_ >= wake; });
+    wakes_.erase(waiting);
     --sleepers_;
     cv_.notify_all();
 }
@@ -45,6 +47,11 @@ void FakeClock::advance(Duration d) {
 void FakeClock::waitForSleepers(int n) {
     std::unique_lock lock(mutex_);
     cv_.wait(lock, [&] { return sleepers_ >= n; });
+}
+
+void FakeClock::waitForWokenSleepers() {
+    std::unique_lock lock(mutex_);
+    cv_.wait(lock, [&] { return wakes_.empty() || *wakes_.begin() > elapsed_; });
 }
 
 int FakeClock::sleepers() const {

@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <set>
 
 namespace tpc::test {
 
@@ -27,6 +28,9 @@ public:
     void advance(Duration d);
     // Blocks until at least `n` threads are inside sleepFor (manual mode).
     void waitForSleepers(int n);
+    // Blocks until every sleeper whose wake time has come has returned from sleepFor (manual
+    // mode): after an advance, sleepers() no longer counts the threads it woke.
+    void waitForWokenSleepers();
     int sleepers() const;
     // Total number of sleepFor calls so far.
     std::uint64_t sleepCalls() const;
@@ -38,6 +42,7 @@ private:
     Duration elapsed_{0};
     WallTime startWall_;
     int sleepers_ = 0;
+    std::multiset<Duration> wakes_;
     std::uint64_t sleepCalls_ = 0;
 };
 

@@ -387,7 +387,8 @@ void FrontendTest::checkBoxesStoreZeroOrOneAndDriveTheLoginItemAndSchedule() {
     QVERIFY(again.forcedSleepBox()->isChecked());
 
     QVERIFY(!page.loginItemBox()->isChecked());
-    QVERIFY(!page.scheduleBox()->isChecked());
+    // First run switched the weekly schedule on.
+    QVERIFY(page.scheduleBox()->isChecked());
 
     page.loginItemBox()->click();
     QVERIFY(app.loginItemExists());
@@ -400,22 +401,22 @@ void FrontendTest::checkBoxesStoreZeroOrOneAndDriveTheLoginItemAndSchedule() {
         scheduler.push_back(on);
     };
     page.scheduleBox()->click();
-    QVERIFY(app.general().scheduleEnabled());
-    QVERIFY(generalOnDisk(f)->getBool(keys::EnableSchedule, false));
-    QCOMPARE(scheduler, std::vector<bool>{true});
+    QVERIFY(!app.general().scheduleEnabled());
+    QVERIFY(!generalOnDisk(f)->getBool(keys::EnableSchedule, true));
+    QCOMPARE(scheduler, std::vector<bool>{false});
 
     // Showing a state set elsewhere does not act on it.
     page.setLoginItemChecked(true);
-    page.setScheduleChecked(false);
+    page.setScheduleChecked(true);
     QVERIFY(!app.loginItemExists());
-    QVERIFY(app.general().scheduleEnabled());
+    QVERIFY(!app.general().scheduleEnabled());
     QCOMPARE(scheduler.size(), std::size_t(1));
 
     // A login item added outside the program shows on the next reload.
     app.toggleLoginItem(true);
     page.reload();
     QVERIFY(page.loginItemBox()->isChecked());
-    QVERIFY(page.scheduleBox()->isChecked());
+    QVERIFY(!page.scheduleBox()->isChecked());
 }
 
 QTEST_MAIN(FrontendTest)

@@ -46,7 +46,8 @@ TEST(StartUp, FirstStartCreatesTheSettingsFilesWithTheirDefaults) {
     EXPECT_EQ(general->getInt("Prevent Forced Sleep"), 0);
     EXPECT_EQ(general->get("Prompt For Enabling System UI Elements"), Value(true));
     EXPECT_EQ(general->get("First Run Done"), Value(true));
-    EXPECT_FALSE(general->has("enableSchedule"));
+    // First run switches the weekly schedule on.
+    EXPECT_EQ(general->get("enableSchedule"), Value(true));
 
     auto presets = readArchive(folder / "Presets.plist");
     ASSERT_TRUE(presets);
