@@ -94,6 +94,8 @@ tsan_runs=(
     tests_system
     tests_apps
     tests_eraser
+    tests_photos
+    tests_extensions
     tests_presets
     tests_power
     tests_schedule

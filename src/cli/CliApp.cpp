@@ -45,6 +45,7 @@ int run(int argc, char** argv) {
     addPresetCommands(app, chosen);
     addScheduleCommands(app, chosen);
     addUpdateCommands(app, chosen);
+    addIPhotoCommands(app, chosen);
 
     try {
         app.parse(argc, argv);

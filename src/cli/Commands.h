@@ -29,5 +29,7 @@ void addPresetCommands(CLI::App& app, Handler& chosen);
 void addScheduleCommands(CLI::App& app, Handler& chosen);
 // `update check [--info PLIST]`.
 void addUpdateCommands(CLI::App& app, Handler& chosen);
+// `iphoto scan|clean`.
+void addIPhotoCommands(CLI::App& app, Handler& chosen);
 
 } // namespace tpc::cli

@@ -21,6 +21,9 @@ struct ScanCleanArgs {
 
 // The categories whose clean never runs on the marks the lists are built with unless asked.
 const std::set<std::string> kExplicitClean = {"browsers", "extensions"};
+// The categories whose list only a scan builds: their clean first scans, as opening their page
+// does, so that there is something to name and clean.
+const std::set<std::string> kListBuiltByScan = {"extensions"};
 
 core::CategoryEngine& findCategory(Session& session, const std::string& name) {
     std::string known;
@@ -40,6 +43,11 @@ int scan(Session& session, const ScanCleanArgs& args) {
 
 int clean(Session& session, const ScanCleanArgs& args) {
     auto& engine = findCategory(session, args.category);
+    if (args.items.empty() && !args.all && kExplicitClean.count(args.category))
+        throw UsageError("clean " + args.category +
+                         " cleans only what is named: give --item PATH or --all");
+    if (kListBuiltByScan.count(args.category))
+        runCategoryTask(session, engine, core::TaskKind::Scan);
     if (!args.items.empty()) {
         auto unknown = engine.markOnly(args.items);
         if (!unknown.empty()) {
@@ -49,9 +57,6 @@ int clean(Session& session, const ScanCleanArgs& args) {
             throw UsageError("unknown item" + std::string(unknown.size() > 1 ? "s " : " ") + names +
                              " of " + args.category);
         }
-    } else if (!args.all && kExplicitClean.count(args.category)) {
-        throw UsageError("clean " + args.category +
-                         " cleans only what is named: give --item PATH or --all");
     }
     runCategoryTask(session, engine, core::TaskKind::Clean);
     return printTaskResult(session, engine);
@@ -83,6 +88,31 @@ void addScanCleanCommands(CLI::App& app, Handler& chosen) {
     cleanCmd->callback([&chosen, args] {
         chosen = [args](Session& s) {
             return clean(s, *args);
+        };
+    });
+
+    // `tpc extensions scan|clean ...`: the same as `tpc scan|clean extensions ...`.
+    auto extArgs = std::make_shared<ScanCleanArgs>();
+    extArgs->category = "extensions";
+    auto* ext = app.add_subcommand("extensions", "The Extensions page: scan, or clean what is "
+                                                 "named");
+    ext->require_subcommand(1);
+    ext->add_subcommand("scan", "Scan as the Extensions page's Scan button does")
+        ->callback([&chosen, extArgs] {
+            chosen = [extArgs](Session& s) {
+                return scan(s, *extArgs);
+            };
+        });
+    auto* extClean = ext->add_subcommand("clean", "Scan, then clean the named add-ons and rescan");
+    auto* extItem = extClean->add_option(
+        "--item", extArgs->items,
+        "clean this row, named by its Description: \"Login Items/Foo\", \"Widgets\"");
+    auto* extAll =
+        extClean->add_flag("--all", extArgs->all, "clean with the marks the lists are built with");
+    extItem->excludes(extAll);
+    extClean->callback([&chosen, extArgs] {
+        chosen = [extArgs](Session& s) {
+            return clean(s, *extArgs);
         };
     });
 }

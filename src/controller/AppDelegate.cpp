@@ -9,6 +9,8 @@
 #include "core/SystemLog.h"
 #include "erase/EraseModule.h"
 #include "eraser/EraserModule.h"
+#include "extensions/ExtensionsModule.h"
+#include "photos/PhotosModule.h"
 #include "platform/Platform.h"
 #include "power/PowerModule.h"
 #include "presets/PresetsModule.h"
@@ -46,6 +48,8 @@ AppDelegate::AppDelegate(AppServices services)
     add<browsers::BrowsersModule>(ctx_, *tasks_, deleter);
     add<apps::AppsModule>(ctx_, *tasks_, deleter);
     add<system::SystemModule>(ctx_, *tasks_, deleter);
+    add<extensions::ExtensionsModule>(ctx_, *tasks_, deleter);
+    add<photos::PhotosModule>(ctx_, *tasks_, deleter);
     erase_ = module<erase::EraseModule>();
 }
 

@@ -72,6 +72,8 @@ std::vector<std::string> ProcRunningApps::processNames(const std::string& bundle
         {"org.chromium.Chromium", {"chromium", "chromium-browser"}},
         {"com.operasoftware.Opera", {"opera"}},
         {"com.apple.Safari", {}},
+        // The photo library's own application has no Linux build: nothing runs under it.
+        {"com.apple.iPhoto", {}},
     };
     if (auto it = table.find(bundleId); it != table.end())
         return it->second;

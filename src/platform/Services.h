@@ -29,6 +29,9 @@ public:
     virtual bool enable(const std::string& appPath) = 0;
     // Removes every matching item.
     virtual bool disable(const std::string& appPath) = 0;
+    // The paths every item leads to, in the list's order; an item that cannot be resolved is
+    // left out. None where the list cannot be read.
+    virtual std::vector<std::string> resolvedItemPaths() { return {}; }
 };
 
 // GUI scripting. Off the platform that has it every script fails to compile.

@@ -8,6 +8,8 @@
 #include "core/SystemLog.h"
 #include "core/ThreadGroup.h"
 #include "eraser/EraserModule.h"
+#include "extensions/ExtensionsModule.h"
+#include "photos/PhotosModule.h"
 #include "platform/Platform.h"
 #include "presets/PresetsModule.h"
 #include "system/SystemModule.h"
@@ -15,6 +17,8 @@
 #include "ui/AutoCleanPage.h"
 #include "ui/BrowsersPage.h"
 #include "ui/EraserPage.h"
+#include "ui/ExtensionsPage.h"
+#include "ui/IPhotoPage.h"
 #include "ui/MainWindow.h"
 #include "ui/PreferencesPage.h"
 #include "ui/PresetListeners.h"
@@ -168,6 +172,10 @@ public:
         if (auto* m = app_.module<eraser::EraserModule>())
             popUps.push_back(wirePage(new EraserPage(*m, ctx), m->driver(), "buttonFoldersScan")
                                  ->addToPresetButton());
+        if (auto* m = app_.module<extensions::ExtensionsModule>())
+            wirePage(new ExtensionsPage(*m), m->driver(), "buttonExtScan");
+        if (auto* m = app_.module<photos::PhotosModule>())
+            wirePage(new IPhotoPage(*m), m->driver(), "buttonScanLibrary");
         if (auto* m = app_.module<presets::PresetsModule>())
             startPresets(*m, popUps);
         frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
