@@ -154,10 +154,17 @@ void PhotosDriver::cleanIPhotoLibrary() {
     const LibraryFields fields = readFields();
     const CheckedLibrary library = checkIPhotoLibrary(fields.path(), false);
     if (library.failure != LibraryFailure::None) {
-        // An unreadable album file ends the clean as a failed scan ends (the clean stays marked
-        // running); a missing file ends it as a clean.
+        // An unreadable album file ends the clean as a failed scan ends (the scan's controls come
+        // back); a missing file ends it as a clean. Either way the clean's own flags are cleared
+        // too: a clean left marked running would keep every later task waiting for it and the
+        // program from quitting.
         failLibraryCheck(progress, library.failure,
                          library.failure == LibraryFailure::Corrupt ? scanTask_ : cleanTask_);
+        if (library.failure == LibraryFailure::Corrupt)
+            ctx_.mainThread.invoke([this] {
+                ctx_.flags.setAbort(Category::IPhoto, TaskKind::Clean, false);
+                ctx_.flags.setRunning(Category::IPhoto, TaskKind::Clean, false);
+            });
         return;
     }
 

@@ -241,20 +241,18 @@ TEST_F(PhotoClean, ALibraryDamagedSinceTheScanIsNotTouched) {
     EXPECT_FALSE(h.flags().running(Category::IPhoto, TaskKind::Clean));
     EXPECT_TRUE(fs::exists(h.library.imageOf(h.library.photos[0])));
 
-    // An unreadable album file ends the clean as a failed scan ends: the clean's running flag
-    // stays set.
+    // An unreadable album file ends the clean as a failed scan ends, and the clean is no longer
+    // marked running (later tasks and quitting would wait for it for ever).
     fs::create_symlink("apdb/Library.apdb", link);
     writeFile(h.library.albumFile(), "garbage");
     h.cleanLibrary();
     EXPECT_EQ(h.page().resultLine,
               "The selected iPhoto Library is corrupt as an important file is corrupt inside it. "
               "This feature can only process a healthy Library.");
-    EXPECT_TRUE(h.flags().running(Category::IPhoto, TaskKind::Clean));
+    EXPECT_FALSE(h.flags().running(Category::IPhoto, TaskKind::Clean));
     EXPECT_FALSE(h.flags().running(Category::IPhoto, TaskKind::Scan));
     EXPECT_EQ(readFile(h.library.albumFile()), "garbage");
     EXPECT_EQ(versionRow(1), "90|1|3000|2000|3000|2000");
-    // Nothing else would ever clear it; the harness's shutdown waits for every task.
-    h.flags().setRunning(Category::IPhoto, TaskKind::Clean, false);
 }
 
 TEST_F(PhotoClean, TheCleanButtonRefusesAVanishedLibraryOrARunningIPhoto) {
