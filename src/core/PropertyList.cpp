@@ -2,6 +2,7 @@
 
 #include "core/PlistChecks.h"
 #include "core/Utf8.h"
+#include "core/WriteAll.h"
 
 #include <plist/plist.h>
 
@@ -780,24 +781,6 @@ std::string uniqueSuffix() {
     return buf;
 }
 
-bool writeAllFd(int fd, const std::vector<std::uint8_t>& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        if (n == 0) {
-            errno = EIO;
-            return false;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 } // namespace
 
 std::optional<Value> parse(const std::vector<std::uint8_t>& bytes, std::string* error) {
@@ -994,7 +977,7 @@ bool writeFileAtomically(const std::filesystem::path& file, const std::vector<st
         setError(error, what + " " + temp.string() + ": " + errnoText(err));
         return false;
     };
-    if (!writeAllFd(fd, bytes))
+    if (!writeAll(fd, bytes.data(), bytes.size()))
         return failWith("cannot write", errno);
     if (::fsync(fd) != 0)
         return failWith("cannot sync", errno);

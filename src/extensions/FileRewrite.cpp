@@ -1,5 +1,6 @@
 #include "extensions/FileRewrite.h"
 
+#include "core/WriteAll.h"
 #include "fs/Folders.h"
 
 #include <cerrno>
@@ -19,20 +20,6 @@ namespace {
 void setRewriteError(std::string* error, const std::string& what, int err) {
     if (error)
         *error = what + ": " + std::strerror(err);
-}
-
-bool writeWhole(int fd, const std::string& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
 }
 
 // A temporary file beside `file`, open for writing; its path in `temp`.
@@ -70,7 +57,8 @@ fs::path writeTemporary(const fs::path& file, const std::string& bytes, mode_t m
         const int chowned = ::fchown(fd.get(), owner->owner, owner->group);
         (void)chowned;
     }
-    const bool written = ::fchmod(fd.get(), mode & 07777) == 0 && writeWhole(fd.get(), bytes) &&
+    const bool written = ::fchmod(fd.get(), mode & 07777) == 0 &&
+                         core::writeAll(fd.get(), bytes.data(), bytes.size()) &&
                          ::fsync(fd.get()) == 0;
     const int err = errno;
     fd.reset();
