@@ -4,7 +4,6 @@
 #include "core/Keys.h"
 #include "core/Record.h"
 
-
 #include <utility>
 
 namespace tpc::ui {
