@@ -14,8 +14,10 @@
 #include "ui/PresetOutlinePanel.h"
 #include "ui/RecordNameDelegate.h"
 #include "ui/Resources.h"
+#include "ui/SchedulePanel.h"
 
 #include <QComboBox>
+#include <QDialog>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -32,6 +34,8 @@ namespace {
 
 const char* const kAutoCleanPageId = "2";
 constexpr int kOneClickIconSize = 40;
+constexpr int kScheduleWindowWidth = 620;
+constexpr int kScheduleWindowHeight = 440;
 
 const char* const kAutoCleanStyle = R"(
 QFrame#oneClickBox { background: #f6f8fb; border: 1px solid #dde3ea; border-radius: 8px; }
@@ -71,9 +75,17 @@ AutoCleanPage::AutoCleanPage(presets::PresetsModule& module, QWidget* parent)
     connect(scanButton_, &QPushButton::clicked, this,
             [this] { runner_.buttonScanClicked(core::Sender::Button); });
 
+    // Shown once the schedule panel is given.
+    scheduleButton_ =
+        presetListButton(QStringLiteral("Schedule..."),
+                         QStringLiteral("Clean presets automatically every week"), this);
+    scheduleButton_->hide();
+    connect(scheduleButton_, &QPushButton::clicked, this, [this] { openSchedule(); });
+
     auto* top = new QHBoxLayout;
     top->setContentsMargins(0, 0, 0, 0);
     top->addWidget(intro, 1);
+    top->addWidget(scheduleButton_, 0, Qt::AlignTop);
     top->addWidget(scanButton_, 0, Qt::AlignTop);
 
     auto* lists = new QHBoxLayout;
@@ -291,6 +303,25 @@ void AutoCleanPage::showOneClickResult(const presets::OneClickResult& result) {
     oneClickItems_->setText(QStringLiteral("Items to clean: %1 items").arg(result.items));
     oneClickBox_->show();
     oneClickButton_->setEnabled(controlsEnabled_);
+}
+
+void AutoCleanPage::setSchedulePanel(SchedulePanel* panel) {
+    delete scheduleWindow_;
+    scheduleWindow_ = new QDialog(this);
+    scheduleWindow_->setWindowTitle(QStringLiteral("Schedule"));
+    auto* layout = new QVBoxLayout(scheduleWindow_);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(panel);
+    scheduleWindow_->resize(kScheduleWindowWidth, kScheduleWindowHeight);
+    scheduleButton_->show();
+}
+
+void AutoCleanPage::openSchedule() {
+    if (!scheduleWindow_)
+        return;
+    scheduleWindow_->show();
+    scheduleWindow_->raise();
+    scheduleWindow_->activateWindow();
 }
 
 void AutoCleanPage::addPreset() {

@@ -2,8 +2,9 @@
 // The Auto clean page (page "2"): the one-click box (what the built-in preset would clean, and
 // the button that cleans it), the presets with their master check box, sort pop-up and the
 // buttons that add and remove presets, the selected preset's outline of category records and
-// items with its own master box, sort pop-up and remove-item button, and the Scan button. The
-// window's shared Clean button runs the preset clean while this page is the one opened.
+// items with its own master box, sort pop-up and remove-item button, the Scan button, and the
+// "Schedule..." button that opens the weekly schedule in a window of its own. The window's shared
+// Clean button runs the preset clean while this page is the one opened.
 //
 // The page changes the presets only through their model and shows them again when the model
 // tells what changed (PresetListeners); the runner's workers reach it through its hooks. Every
@@ -14,6 +15,7 @@
 #include <QPointer>
 #include <QWidget>
 
+class QDialog;
 class QFrame;
 class QLabel;
 class QPushButton;
@@ -30,6 +32,7 @@ namespace tpc::ui {
 class CheckListPanel;
 class MainWindow;
 class PresetOutlinePanel;
+class SchedulePanel;
 
 class AutoCleanPage : public QWidget {
     Q_OBJECT
@@ -58,6 +61,11 @@ public:
     // The one-click box: what the built-in preset's marked items hold; its button cleans them.
     void showOneClickResult(const presets::OneClickResult& result);
 
+    // The weekly schedule, shown in its own window by the "Schedule..." button; the button
+    // appears once the panel is given. The page takes the panel over.
+    void setSchedulePanel(SchedulePanel* panel);
+    void openSchedule();
+
     // The buttons' handlers.
     void addPreset();
     void removeSelectedPreset();
@@ -66,6 +74,8 @@ public:
     CheckListPanel* mainList() const { return mainList_; }
     PresetOutlinePanel* subList() const { return subList_; }
     QPushButton* scanButton() const { return scanButton_; }
+    QPushButton* scheduleButton() const { return scheduleButton_; }
+    QDialog* scheduleWindow() const { return scheduleWindow_; }
     QPushButton* addButton() const { return addButton_; }
     QPushButton* removeButton() const { return removeButton_; }
     QPushButton* removeItemButton() const { return removeItemButton_; }
@@ -92,6 +102,8 @@ private:
     QLabel* oneClickItems_ = nullptr;
     QPushButton* oneClickButton_ = nullptr;
     QPushButton* scanButton_ = nullptr;
+    QPushButton* scheduleButton_ = nullptr;
+    QDialog* scheduleWindow_ = nullptr;
     CheckListPanel* mainList_ = nullptr;
     PresetOutlinePanel* subList_ = nullptr;
     QPushButton* addButton_ = nullptr;

@@ -9,6 +9,8 @@
 #include <QComboBox>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
 
@@ -55,10 +57,17 @@ PreferencesPage::PreferencesPage(controller::AppDelegate& app, QWidget* parent)
     loginItem_ = addCheckBox(startupLayout, "Start Tavrin Privacy Cleaner at login");
     schedule_ = addCheckBox(startupLayout, "Enable weekly schedule");
 
+    auto* updates = new QGroupBox(QStringLiteral("Updates"));
+    auto* updatesLayout = new QHBoxLayout(updates);
+    checkForUpdates_ = new QPushButton(QStringLiteral("Check for Updates..."));
+    updatesLayout->addWidget(checkForUpdates_);
+    updatesLayout->addStretch();
+
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(deletion);
     layout->addWidget(sleep);
     layout->addWidget(startup);
+    layout->addWidget(updates);
     layout->addStretch();
 
     // Only the user's clicks act; reload() sets the controls without storing anything.
@@ -75,6 +84,10 @@ PreferencesPage::PreferencesPage(controller::AppDelegate& app, QWidget* parent)
         app_.general().setScheduleEnabled(on);
         if (onScheduleToggled)
             onScheduleToggled(on);
+    });
+    connect(checkForUpdates_, &QPushButton::clicked, this, [this] {
+        if (onCheckForUpdates)
+            onCheckForUpdates();
     });
 
     reload();

@@ -1,7 +1,8 @@
 #pragma once
 // The Preferences page (page "14"): how files are removed (plain deletion or secure erasure with
-// one of the nine methods), sleep while cleaning, start at login, and the weekly schedule. Every
-// change is stored in the General settings at once.
+// one of the nine methods), sleep while cleaning, start at login, the weekly schedule's master
+// switch, and the "Check for Updates..." command. Every change is stored in the General settings
+// at once.
 
 #include <QWidget>
 
@@ -10,6 +11,7 @@
 class QButtonGroup;
 class QCheckBox;
 class QComboBox;
+class QPushButton;
 class QRadioButton;
 
 namespace tpc::controller {
@@ -40,9 +42,11 @@ public:
     QCheckBox* forcedSleepBox() const { return forcedSleep_; }
     QCheckBox* loginItemBox() const { return loginItem_; }
     QCheckBox* scheduleBox() const { return schedule_; }
+    QPushButton* checkForUpdatesButton() const { return checkForUpdates_; }
 
     // Called after "enableSchedule" has been stored, so the scheduler can start or stop.
     std::function<void(bool on)> onScheduleToggled;
+    std::function<void()> onCheckForUpdates;
 
 private:
     controller::AppDelegate& app_;
@@ -54,6 +58,7 @@ private:
     QCheckBox* forcedSleep_ = nullptr;
     QCheckBox* loginItem_ = nullptr;
     QCheckBox* schedule_ = nullptr;
+    QPushButton* checkForUpdates_ = nullptr;
 };
 
 } // namespace tpc::ui

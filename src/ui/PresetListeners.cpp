@@ -3,6 +3,7 @@
 #include "presets/PresetModel.h"
 #include "ui/AddToPresetButton.h"
 #include "ui/AutoCleanPage.h"
+#include "ui/SchedulePanel.h"
 #include "ui/StatusItem.h"
 
 namespace tpc::ui {
@@ -21,6 +22,10 @@ void PresetListeners::setPage(AutoCleanPage* page) {
     page_ = page;
 }
 
+void PresetListeners::setSchedulePanel(SchedulePanel* panel) {
+    schedulePanel_ = panel;
+}
+
 void PresetListeners::setStatusItem(StatusItem* item) {
     statusItem_ = item;
     reflectSubMenuCleanItems();
@@ -37,6 +42,12 @@ void PresetListeners::hear(const std::string& what) {
     if (what == presets::kReloadPresetsMainList) {
         if (page_)
             page_->reloadMainList();
+        // Sorting the presets reorders the schedule's table too.
+        if (schedulePanel_)
+            schedulePanel_->reloadScheduleTable();
+    } else if (what == presets::kReloadScheduleTable) {
+        if (schedulePanel_)
+            schedulePanel_->reloadScheduleTable();
     } else if (what == presets::kReloadPresetsSubList) {
         if (page_)
             page_->reloadSubList();
@@ -47,7 +58,6 @@ void PresetListeners::hear(const std::string& what) {
             if (popUp)
                 popUp->refill();
     }
-    // The schedule's preset table is not shown by this program yet.
 }
 
 void PresetListeners::reflectSubMenuCleanItems() {

@@ -1,8 +1,9 @@
 #pragma once
 // Who follows the presets in the desktop application. The presets model tells what a change asks
-// to refresh (PresetModel::notify); this passes it on to the Auto clean page's lists, the status
-// menu's "Clean" submenu and the category pages' "Add to Preset" pop-ups. Listeners are held
-// weakly: one deleted is left out. The model hears nothing once this is gone.
+// to refresh (PresetModel::notify); this passes it on to the Auto clean page's lists, the schedule
+// panel's presets, the status menu's "Clean" submenu and the category pages' "Add to Preset"
+// pop-ups. Listeners are held weakly: one deleted is left out. The model hears nothing once this
+// is gone.
 
 #include <QPointer>
 
@@ -17,6 +18,7 @@ namespace tpc::ui {
 
 class AddToPresetButton;
 class AutoCleanPage;
+class SchedulePanel;
 class StatusItem;
 
 class PresetListeners {
@@ -27,6 +29,8 @@ public:
     PresetListeners& operator=(const PresetListeners&) = delete;
 
     void setPage(AutoCleanPage* page);
+    // The schedule's preset table follows the presets added, removed, renamed or reordered.
+    void setSchedulePanel(SchedulePanel* panel);
     // The status menu's "Clean" submenu is rebuilt at once, then after every change.
     void setStatusItem(StatusItem* item);
     // The pop-up gets the presets (a null pop-up is ignored).
@@ -40,6 +44,7 @@ private:
 
     presets::PresetModel& model_;
     QPointer<AutoCleanPage> page_;
+    QPointer<SchedulePanel> schedulePanel_;
     QPointer<StatusItem> statusItem_;
     std::vector<QPointer<AddToPresetButton>> popUps_;
 };

@@ -36,6 +36,8 @@ StatusItem::StatusItem(QObject* parent) : QObject(parent), menu_(std::make_uniqu
 
     showWindow_ = menu_->addAction(QStringLiteral("Show Tavrin Privacy Cleaner"));
     connect(showWindow_, &QAction::triggered, this, [this] { callIfSet(onShowWindow); });
+    checkForUpdates_ = menu_->addAction(QStringLiteral("Check for Updates..."));
+    connect(checkForUpdates_, &QAction::triggered, this, [this] { callIfSet(onCheckForUpdates); });
     menu_->addSeparator();
     quit_ = menu_->addAction(QStringLiteral("Quit"));
     connect(quit_, &QAction::triggered, this, [this] { callIfSet(onQuit); });
@@ -123,7 +125,7 @@ void StatusItem::remove() {
     }
     // The submenu and the actions belong to the menu.
     cleanMenu_ = nullptr;
-    oneClickClean_ = showWindow_ = quit_ = nullptr;
+    oneClickClean_ = showWindow_ = checkForUpdates_ = quit_ = nullptr;
     menu_.reset();
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 // The status item in the system tray: the idle icon, the busy animation while a task runs, and
-// the status menu (Clean ▸ One Click Clean and the presets, Show, Quit). The program stays here
-// after its window is closed. Where the desktop has no tray the item keeps its state and menu but
-// is never shown.
+// the status menu (Clean ▸ One Click Clean and the presets, Show, Check for Updates..., Quit).
+// The program stays here after its window is closed. Where the desktop has no tray the item keeps
+// its state and menu but is never shown.
 
 #include <QObject>
 #include <QString>
@@ -41,6 +41,7 @@ public:
     QMenu* cleanMenu() const { return cleanMenu_; }
     QAction* oneClickCleanAction() const { return oneClickClean_; }
     QAction* showWindowAction() const { return showWindow_; }
+    QAction* checkForUpdatesAction() const { return checkForUpdates_; }
     QAction* quitAction() const { return quit_; }
     // The "Clean" submenu's entries by title, a separator as an empty title.
     std::vector<std::string> cleanMenuTitles() const;
@@ -61,6 +62,7 @@ public:
     // A preset entry of the "Clean" submenu was chosen; its title names the preset.
     std::function<void(const std::string& title)> onCleanPreset;
     std::function<void()> onShowWindow;
+    std::function<void()> onCheckForUpdates;
     std::function<void()> onQuit;
 
 private:
@@ -70,6 +72,7 @@ private:
     QMenu* cleanMenu_ = nullptr;
     QAction* oneClickClean_ = nullptr;
     QAction* showWindow_ = nullptr;
+    QAction* checkForUpdates_ = nullptr;
     QAction* quit_ = nullptr;
     std::unique_ptr<QSystemTrayIcon> tray_;
     QTimer timer_;

@@ -12,6 +12,7 @@
 #include "photos/PhotosModule.h"
 #include "platform/Platform.h"
 #include "presets/PresetsModule.h"
+#include "schedule/ScheduleModule.h"
 #include "system/SystemModule.h"
 #include "ui/AddToPresetButton.h"
 #include "ui/AutoCleanPage.h"
@@ -27,10 +28,15 @@
 #include "ui/QtMainThread.h"
 #include "ui/RecentsPage.h"
 #include "ui/Resources.h"
+#include "ui/SchedulePanel.h"
+#include "ui/ScheduleSwitches.h"
 #include "ui/StatusItem.h"
 #include "ui/SystemPage.h"
+#include "ui/UpdateCommand.h"
+#include "update/UpdateModule.h"
 
 #include <CLI/CLI.hpp>
+#include <QAction>
 #include <QApplication>
 #include <QIcon>
 #include <QImage>
@@ -178,6 +184,8 @@ public:
             wirePage(new IPhotoPage(*m), m->driver(), "buttonScanLibrary");
         if (auto* m = app_.module<presets::PresetsModule>())
             startPresets(*m, popUps);
+        if (auto* m = app_.module<update::UpdateModule>())
+            startUpdates(*m);
         frontend_.onUi = [this](const std::string& action, const core::Value& detail) {
             if (action == "loginItemCheckBox" && prefs_)
                 prefs_->setLoginItemChecked(detail.toBool());
@@ -217,6 +225,8 @@ private:
         presetListeners_->setStatusItem(&statusItem_);
         for (AddToPresetButton* popUp : popUps)
             presetListeners_->addPopUp(popUp);
+        if (auto* m = app_.module<schedule::ScheduleModule>())
+            startSchedule(*m, module.model(), *page);
 
         presets::PresetRunner& runner = module.runner();
         runner.showMainWindow = [this] {
@@ -231,6 +241,41 @@ private:
         };
         statusItem_.onCleanPreset = [&runner](const std::string& title) {
             runner.cleanFromMenu(title);
+        };
+    }
+
+    // The weekly schedule's panel, opened from the Auto clean page, and its master switch kept in
+    // step with the Preferences page's. The schedule itself checks from start-up on for the life
+    // of the process: closing the window only hides it, and the program stays in the status bar.
+    void startSchedule(schedule::ScheduleModule& module, presets::PresetModel& model,
+                       AutoCleanPage& page) {
+        auto* panel = new SchedulePanel(model, module.settings());
+        page.setSchedulePanel(panel);
+        presetListeners_->setSchedulePanel(panel);
+        if (prefs_)
+            linkScheduleSwitches(module.settings(), *panel, *prefs_);
+        // A scheduled clean stamps its preset as it starts: the last-run line shows it at once.
+        module.onScheduledClean = [&settings = module.settings()](const core::DictRef&) {
+            settings.updateLastScheduledRunTextField();
+        };
+    }
+
+    // "Check for Updates..." in the status menu and on the Preferences page; both are off while
+    // a check runs.
+    void startUpdates(update::UpdateModule& module) {
+        updates_ = std::make_unique<UpdateCommand>(module.check(), app_.tasks(), mainThread_,
+                                                   platform_.runningApps());
+        auto check = [this] {
+            updates_->checkForUpdateClicked();
+        };
+        statusItem_.onCheckForUpdates = check;
+        if (prefs_)
+            prefs_->onCheckForUpdates = check;
+        updates_->onCheckingChanged = [this](bool checking) {
+            if (QAction* entry = statusItem_.checkForUpdatesAction())
+                entry->setEnabled(!checking);
+            if (prefs_)
+                prefs_->checkForUpdatesButton()->setEnabled(!checking);
         };
     }
 
@@ -272,6 +317,8 @@ private:
     std::optional<presets::OneClickResult> oneClick_;
     // Before the engine goes: the presets model then tells nobody.
     std::unique_ptr<PresetListeners> presetListeners_;
+    // Before the engine goes: a check still downloading then answers nobody.
+    std::unique_ptr<UpdateCommand> updates_;
 };
 
 } // namespace

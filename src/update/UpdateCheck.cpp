@@ -85,8 +85,12 @@ std::optional<fs::path> UpdateCheck::updaterProgram() const {
 void UpdateCheck::checkForUpdateClicked(bool fromMenu) {
     if (fromMenu && terminateUpdaters)
         terminateUpdaters();
+    offerUpdate(checkForUpdate());
+}
+
+void UpdateCheck::offerUpdate(bool newer) {
     std::optional<fs::path> updater;
-    if (checkForUpdate()) {
+    if (newer) {
         core::AlertRequest ask;
         ask.title = "A newer version of Tavrin Privacy Cleaner is available";
         ask.message = "Do you want to update";

@@ -50,6 +50,10 @@ public:
     // version starts the updater bundle, which reports on its own. Nothing is started when the
     // updater is not there.
     void checkForUpdateClicked(bool fromMenu);
+    // The second half of checkForUpdateClicked, for a front end that runs checkForUpdate off its
+    // main thread so the window stays responsive: given the check's answer, asks and starts the
+    // updater as checkForUpdateClicked does. Main thread.
+    void offerUpdate(bool newer);
 
     // ".autoUpd.app" beside the program, and the updater proper inside it.
     std::optional<std::filesystem::path> updaterBundle() const;

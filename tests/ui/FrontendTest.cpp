@@ -284,12 +284,14 @@ void FrontendTest::statusMenuEntriesCallTheirHandlersUntilTheItemIsRemoved() {
     };
     item.onOneClickClean = record("clean");
     item.onShowWindow = record("show");
+    item.onCheckForUpdates = record("updates");
     item.onQuit = record("quit");
 
     QStringList entries;
     for (QAction* a : item.menu()->actions())
         entries << (a->isSeparator() ? QStringLiteral("-") : a->text());
-    QCOMPARE(entries, (QStringList{"Clean", "Show Tavrin Privacy Cleaner", "-", "Quit"}));
+    QCOMPARE(entries, (QStringList{"Clean", "Show Tavrin Privacy Cleaner", "Check for Updates...",
+                                   "-", "Quit"}));
 
     QVERIFY(item.cleanMenu());
     const auto cleanEntries = item.cleanMenu()->actions();
@@ -300,8 +302,9 @@ void FrontendTest::statusMenuEntriesCallTheirHandlersUntilTheItemIsRemoved() {
 
     cleanEntries.at(0)->trigger();
     item.showWindowAction()->trigger();
+    item.checkForUpdatesAction()->trigger();
     item.quitAction()->trigger();
-    QCOMPARE(called, (QStringList{"clean", "show", "quit"}));
+    QCOMPARE(called, (QStringList{"clean", "show", "updates", "quit"}));
 
     QPointer<QMenu> clean = item.cleanMenu();
     item.startAnimating();
