@@ -1,5 +1,6 @@
 #include "browsers/BrowserCleaners.h"
 
+#include "browsers/BrowserCatalogue.h"
 #include "browsers/ItemTable.h"
 
 #include "browsers/chrome/ChromeCleaner.h"
@@ -34,9 +35,18 @@ const ItemOperations<FirefoxCleaner> kFirefoxItems[] = {
 
 const ItemTable<FirefoxCleaner> kFirefoxTable(kFirefoxItems);
 
-BrowserEntry chromeEntry(const std::string& name, Browser browser, ChromeCleaner& cleaner) {
-    BrowserEntry e{name, browser, CookieBrowser::Chrome, ChromeCleaner::itemDescriptions(), {},
-                   {},   {}};
+BrowserEntry chromeEntry(platform::Layout layout, const std::string& name, Browser browser,
+                         ChromeCleaner& cleaner) {
+    // The rows as the catalogue names them, so Chromium's auto-quit row is "Auto Quit Chromium"
+    // here as in the scan's list.
+    const auto* listed = findCatalogueEntry(layout, name);
+    BrowserEntry e{name,
+                   browser,
+                   CookieBrowser::Chrome,
+                   listed ? listed->items : ChromeCleaner::itemDescriptions(),
+                   {},
+                   {},
+                   {}};
     e.countItem = [&cleaner](const std::string& d) {
         return cleaner.countItem(d);
     };
@@ -52,11 +62,12 @@ BrowserEntry chromeEntry(const std::string& name, Browser browser, ChromeCleaner
 } // namespace
 
 BrowserCleaners::BrowserCleaners(CleanerEnv env)
-    : env_(env), safari_(std::make_unique<SafariCleaner>(env)),
-      firefox_(std::make_unique<FirefoxCleaner>(env)),
-      chrome_(std::make_unique<ChromeCleaner>(env, Browser::GoogleChrome)),
-      chromium_(std::make_unique<ChromeCleaner>(env, Browser::Chromium)),
-      opera_(std::make_unique<OperaCleaner>(env)) {
+    : env_(env.platform, env.deleter, env.cookies, env.log, env.busy ? env.busy : &busy_),
+      safari_(std::make_unique<SafariCleaner>(env_)),
+      firefox_(std::make_unique<FirefoxCleaner>(env_)),
+      chrome_(std::make_unique<ChromeCleaner>(env_, Browser::GoogleChrome)),
+      chromium_(std::make_unique<ChromeCleaner>(env_, Browser::Chromium)),
+      opera_(std::make_unique<OperaCleaner>(env_)) {
     if (env.platform.layout() == platform::Layout::MacOS) {
         BrowserEntry sf{"Safari",
                         Browser::Safari,
@@ -90,9 +101,10 @@ BrowserCleaners::BrowserCleaners(CleanerEnv env)
     };
     entries_.push_back(std::move(ff));
 
-    entries_.push_back(chromeEntry("Google Chrome", Browser::GoogleChrome, *chrome_));
-    if (env.platform.layout() == platform::Layout::Linux)
-        entries_.push_back(chromeEntry("Chromium", Browser::Chromium, *chromium_));
+    const auto layout = env.platform.layout();
+    entries_.push_back(chromeEntry(layout, "Google Chrome", Browser::GoogleChrome, *chrome_));
+    if (layout == platform::Layout::Linux)
+        entries_.push_back(chromeEntry(layout, "Chromium", Browser::Chromium, *chromium_));
 
     BrowserEntry op{
         "Opera", Browser::Opera, CookieBrowser::Opera, OperaCleaner::itemDescriptions(), {}, {},

@@ -2,6 +2,7 @@
 // Every browser cleaner, reachable by the browser's name and its items' "Description" texts, as
 // the lists and the command line name them.
 
+#include "browsers/BusyStores.h"
 #include "browsers/CleanerEnv.h"
 #include "browsers/CookieLists.h"
 #include "browsers/sqlite/SQLite.h"
@@ -54,7 +55,11 @@ public:
     // Every browser's cookie delete list from its store (at start-up and after a clean).
     void refreshAllCookieLists();
 
+    // The stores every cleaner found locked by a running browser.
+    BusyStores& busyStores() { return *env_.busy; }
+
 private:
+    BusyStores busy_;
     CleanerEnv env_;
     std::unique_ptr<SafariCleaner> safari_;
     std::unique_ptr<FirefoxCleaner> firefox_;

@@ -12,6 +12,7 @@
 #include "fs/Entries.h"
 #include "platform/Platform.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tpc::browsers {
@@ -37,6 +38,28 @@ bool hasPrefixPath(const std::string& name, const std::string& root) {
 }
 
 SelectionTotals totalsOf(const std::map<std::string, CountPair>& counts);
+
+// What the result line adds when stores were held by running browsers: the stores, and the
+// auto-quit items that would free them. Empty when none was.
+std::string busyStoresText(platform::Layout layout, const std::vector<BusyStore>& busy,
+                           const std::string& notDone) {
+    if (busy.empty())
+        return "";
+    std::string stores;
+    std::vector<std::string> quits;
+    for (const auto& b : busy) {
+        stores += (stores.empty() ? "" : ", ") + b.browser + " " + b.store;
+        const auto* entry = findCatalogueEntry(layout, b.browser);
+        const auto quit = entry ? "\"" + entry->autoQuitItem() + "\"" : b.browser;
+        if (std::find(quits.begin(), quits.end(), quit) == quits.end())
+            quits.push_back(quit);
+    }
+    std::string offer;
+    for (const auto& q : quits)
+        offer += (offer.empty() ? "" : " and ") + q;
+    return "In use by a running browser, " + notDone + ": " + stores + ". Quit it or mark " +
+           offer + ", then try again.";
+}
 
 } // namespace
 
@@ -168,10 +191,12 @@ bool BrowserDriver::scan(core::WorkerProgress& progress, bool ownsBar) {
     core::Frontend& ui = ctx_.frontend;
     const core::TaskSpec& task = progress.task();
 
-    if (ownsBar)
+    if (ownsBar) {
         progress.prepare();
-    else
+        cleaners_.busyStores().take();
+    } else {
         runner_.waitForOtherTasks(task);
+    }
     if (progress.aborted())
         return false;
 
@@ -210,9 +235,15 @@ bool BrowserDriver::scan(core::WorkerProgress& progress, bool ownsBar) {
             cookies_.save();
     });
     if (ownsBar) {
+        // A store a running browser held was not counted: the result says so rather than
+        // letting its items read as empty.
+        const auto busy =
+            busyStoresText(ctx_.platform.layout(), cleaners_.busyStores().take(), "not counted");
         progress.closeBar(maximum);
-        progress.finish(
-            [&ui, &total] { ui.updateTextFieldResult(totalsText(total.bytes, total.count)); });
+        progress.finish([&ui, &total, &busy] {
+            ui.updateTextFieldResult(totalsText(total.bytes, total.count) +
+                                     (busy.empty() ? "" : "\n" + busy));
+        });
     }
     main.invoke([&ui, totalCount = total.count] {
         if (totalCount > 0)
@@ -282,23 +313,32 @@ void BrowserDriver::cleanBrowsers() {
     });
     progress.send(determinateMessage(maximum, true));
 
+    cleaners_.busyStores().take();
     for (const auto& plan : plans) {
         progress.status("Cleaning " + plan.browser + "...");
         if (!runPlan(plan, progress, true))
             return;
     }
+    // A store a running browser held was not cleaned: the clean does not claim it was.
+    const auto busy =
+        busyStoresText(ctx_.platform.layout(), cleaners_.busyStores().take(), "not cleaned");
 
     // The rescan shows what is left; the bar keeps moving towards the clean's maximum.
     if (!scan(progress, false))
         return;
+    cleaners_.busyStores().take();
 
     progress.closeBar(maximum);
-    main.invoke([this, &ui] {
+    main.invoke([this, &ui, &busy] {
         if (cookies_.dict())
             cookies_.save();
-        ui.setSubtitle(MainButton::Browsers, std::string("Cleaning Done"));
+        ui.setSubtitle(MainButton::Browsers,
+                       std::string(busy.empty() ? "Cleaning Done" : "Cleaning Incomplete"));
     });
-    progress.finish();
+    if (busy.empty())
+        progress.finish();
+    else
+        progress.finish([&ui, &busy] { ui.updateTextFieldResult(busy); });
 }
 
 // ---- A preset's selection ----

@@ -154,4 +154,71 @@ const char* const kFirefoxCookies =
     "DEFAULT 0, sameSite INTEGER DEFAULT 0, rawSameSite INTEGER DEFAULT 0, schemeMap INTEGER "
     "DEFAULT 0, CONSTRAINT moz_uniqueid UNIQUE (name, host, path, originAttributes));";
 
+const char* const kHistoryCurrentTables =
+    "CREATE TABLE visited_links(id INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL,"
+    "link_url_id INTEGER NOT NULL,top_level_url LONGVARCHAR NOT NULL,frame_url LONGVARCHAR NOT "
+    "NULL,visit_count INTEGER DEFAULT 0 NOT NULL);"
+    "CREATE TABLE content_annotations(visit_id INTEGER PRIMARY KEY,visibility_score NUMERIC,"
+    "floc_protected_score NUMERIC,categories VARCHAR,page_topics_model_version INTEGER,"
+    "annotation_flags INTEGER NOT NULL,entities VARCHAR,related_searches VARCHAR,"
+    "search_normalized_url VARCHAR,search_terms LONGVARCHAR,alternative_title VARCHAR,"
+    "page_language VARCHAR,password_state INTEGER DEFAULT 0 NOT NULL,has_url_keyed_image "
+    "BOOLEAN NOT NULL);"
+    "CREATE TABLE context_annotations(visit_id INTEGER PRIMARY KEY,context_annotation_flags "
+    "INTEGER NOT NULL,duration_since_last_visit INTEGER,page_end_reason INTEGER,"
+    "total_foreground_duration INTEGER,browser_type INTEGER DEFAULT 0 NOT NULL,window_id "
+    "INTEGER DEFAULT -1 NOT NULL,tab_id INTEGER DEFAULT -1 NOT NULL,task_id INTEGER DEFAULT -1 "
+    "NOT NULL,root_task_id INTEGER DEFAULT -1 NOT NULL,parent_task_id INTEGER DEFAULT -1 NOT "
+    "NULL,response_code INTEGER DEFAULT 0 NOT NULL);";
+
+const char* const kTopSitesCurrent =
+    "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
+    "CREATE TABLE top_sites(url LONGVARCHAR NOT NULL PRIMARY KEY,url_rank INTEGER NOT NULL,"
+    "title LONGVARCHAR NOT NULL);";
+
+const char* const kLoginStats =
+    "CREATE TABLE stats (origin_domain VARCHAR NOT NULL, username_value VARCHAR, "
+    "dismissal_count INTEGER, update_time INTEGER NOT NULL, "
+    "UNIQUE(origin_domain, username_value));";
+
+const char* const kWebDataAddresses =
+    "CREATE TABLE addresses (guid VARCHAR PRIMARY KEY, use_count INTEGER NOT NULL DEFAULT 0, "
+    "use_date INTEGER NOT NULL DEFAULT 0, date_modified INTEGER NOT NULL DEFAULT 0, "
+    "language_code VARCHAR, label VARCHAR, initial_creator_id INTEGER DEFAULT 0, "
+    "last_modifier_id INTEGER DEFAULT 0, record_type INTEGER);"
+    "CREATE TABLE address_type_tokens (guid VARCHAR, type INTEGER, value VARCHAR, "
+    "verification_status INTEGER DEFAULT 0, observations BLOB, PRIMARY KEY (guid, type));";
+
+const char* const kDips =
+    "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
+    "CREATE TABLE bounces(site TEXT PRIMARY KEY NOT NULL,first_site_storage_time INTEGER "
+    "DEFAULT NULL,last_site_storage_time INTEGER DEFAULT NULL,first_user_activation_time "
+    "INTEGER DEFAULT NULL,last_user_activation_time INTEGER DEFAULT NULL,"
+    "first_stateful_bounce_time INTEGER DEFAULT NULL,last_stateful_bounce_time INTEGER DEFAULT "
+    "NULL,first_bounce_time INTEGER DEFAULT NULL,last_bounce_time INTEGER DEFAULT NULL);"
+    "CREATE TABLE popups(opener_site TEXT NOT NULL,popup_site TEXT NOT NULL,access_id INT64,"
+    "last_popup_time INTEGER DEFAULT NULL,is_current_interaction BOOLEAN,"
+    "is_authentication_interaction BOOLEAN,PRIMARY KEY (opener_site, popup_site));"
+    "CREATE TABLE config(key TEXT NOT NULL,int_value INTEGER,PRIMARY KEY(key));";
+
+const char* const kFirefoxAnnos =
+    "CREATE TABLE moz_anno_attributes (id INTEGER PRIMARY KEY, name VARCHAR(32) UNIQUE NOT "
+    "NULL);"
+    "CREATE TABLE moz_annos (id INTEGER PRIMARY KEY, place_id INTEGER NOT NULL, "
+    "anno_attribute_id INTEGER, content LONGVARCHAR, flags INTEGER DEFAULT 0, expiration "
+    "INTEGER DEFAULT 0, type INTEGER DEFAULT 0, dateAdded INTEGER DEFAULT 0, lastModified "
+    "INTEGER DEFAULT 0);";
+
+const char* const kFirefoxFavicons =
+    "CREATE TABLE moz_icons ( id INTEGER PRIMARY KEY, icon_url TEXT NOT NULL, "
+    "fixed_icon_url_hash INTEGER NOT NULL, width INTEGER NOT NULL DEFAULT 0, root INTEGER NOT "
+    "NULL DEFAULT 0, color INTEGER, expire_ms INTEGER NOT NULL DEFAULT 0, flags INTEGER NOT NULL "
+    "DEFAULT 0, data BLOB);"
+    "CREATE TABLE moz_pages_w_icons ( id INTEGER PRIMARY KEY, page_url TEXT NOT NULL, "
+    "page_url_hash INTEGER NOT NULL);"
+    "CREATE TABLE moz_icons_to_pages ( page_id INTEGER NOT NULL, icon_id INTEGER NOT NULL, "
+    "expire_ms INTEGER NOT NULL DEFAULT 0, PRIMARY KEY (page_id, icon_id), FOREIGN KEY "
+    "(page_id) REFERENCES moz_pages_w_icons ON DELETE CASCADE, FOREIGN KEY (icon_id) "
+    "REFERENCES moz_icons ON DELETE CASCADE) WITHOUT ROWID;";
+
 } // namespace tpc::test::schema

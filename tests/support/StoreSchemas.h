@@ -18,6 +18,16 @@ extern const char* const kOperaThumbnails;
 extern const char* const kOperaSession;
 extern const char* const kFirefoxContentPrefs;
 extern const char* const kFirefoxCookies;
+// Tables of today's stores: History's newer tables (added to kHistory), Top Sites' "top_sites",
+// Login Data's "stats" (added to kLoginData), Web Data's addresses (added to kWebData), the
+// DIPS store, and Firefox's annotations (added to places) and favicons.sqlite.
+extern const char* const kHistoryCurrentTables;
+extern const char* const kTopSitesCurrent;
+extern const char* const kLoginStats;
+extern const char* const kWebDataAddresses;
+extern const char* const kDips;
+extern const char* const kFirefoxAnnos;
+extern const char* const kFirefoxFavicons;
 } // namespace schema
 
 } // namespace tpc::test

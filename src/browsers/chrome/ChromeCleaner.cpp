@@ -155,6 +155,12 @@ CountPair ChromeCleaner::countChromeCookies() {
     auto folder = profile();
     if (!folder)
         return {};
+    if (currentLayout()) {
+        CountPair total;
+        for (const auto& store : cookieStores(*folder))
+            addPair(total, stores::countStore(env_, browserName(), store, {{"cookies"}}));
+        return total;
+    }
     return countCookies(cookieStores(*folder));
 }
 
@@ -174,6 +180,8 @@ void ChromeCleaner::refreshChromeCookiesList() {
 // History
 
 CountPair ChromeCleaner::countChromeHistory() {
+    if (currentLayout())
+        return countCurrent(Current::History);
     CountPair total;
     auto folder = profile();
     if (!folder)
@@ -184,6 +192,8 @@ CountPair ChromeCleaner::countChromeHistory() {
 }
 
 void ChromeCleaner::deleteChromeHistory() {
+    if (currentLayout())
+        return emptyCurrent(Current::History);
     auto folder = profile();
     if (!folder)
         return;
@@ -215,51 +225,65 @@ void ChromeCleaner::deleteChromeCaches() {
 // Session and tab files
 
 CountPair ChromeCleaner::countChromeCurrentSession() {
-    return countFile("Current Session");
+    return currentLayout() ? countSessionFiles(SessionFile::CurrentSession)
+                           : countFile("Current Session");
 }
 CountPair ChromeCleaner::countChromeCurrentTabs() {
-    return countFile("Current Tabs");
+    return currentLayout() ? countSessionFiles(SessionFile::CurrentTabs)
+                           : countFile("Current Tabs");
 }
 CountPair ChromeCleaner::countChromeLastSession() {
-    return countFile("Last Session");
+    return currentLayout() ? countSessionFiles(SessionFile::LastSession)
+                           : countFile("Last Session");
 }
 CountPair ChromeCleaner::countChromeLastTabs() {
-    return countFile("Last Tabs");
+    return currentLayout() ? countSessionFiles(SessionFile::LastTabs) : countFile("Last Tabs");
 }
 void ChromeCleaner::deleteChromeCurrentSession() {
-    deleteFile("Current Session");
+    currentLayout() ? deleteSessionFiles(SessionFile::CurrentSession)
+                    : deleteFile("Current Session");
 }
 void ChromeCleaner::deleteChromeCurrentTabs() {
-    deleteFile("Current Tabs");
+    currentLayout() ? deleteSessionFiles(SessionFile::CurrentTabs) : deleteFile("Current Tabs");
 }
 void ChromeCleaner::deleteChromeLastSession() {
-    deleteFile("Last Session");
+    currentLayout() ? deleteSessionFiles(SessionFile::LastSession) : deleteFile("Last Session");
 }
 void ChromeCleaner::deleteChromeLastTabs() {
-    deleteFile("Last Tabs");
+    currentLayout() ? deleteSessionFiles(SessionFile::LastTabs) : deleteFile("Last Tabs");
 }
 
 // Form data, site icons
 
 CountPair ChromeCleaner::countChromeSavedFormInformation() {
+    if (currentLayout())
+        return countCurrent(Current::FormData);
     return countTablesIn(kWebData, webDataTables());
 }
 
 void ChromeCleaner::deleteChromeSavedFormInformation() {
+    if (currentLayout())
+        return emptyCurrent(Current::FormData);
     emptyTablesIn(kWebData, webDataTables());
 }
 
 CountPair ChromeCleaner::countChromeSiteIcons() {
+    if (currentLayout())
+        return countCurrent(Current::SiteIcons);
     return countTablesIn(kFavicons, faviconsTables());
 }
 
 void ChromeCleaner::deleteChromeSiteIcons() {
+    if (currentLayout())
+        return emptyCurrent(Current::SiteIcons);
     emptyTablesIn(kFavicons, faviconsTables());
 }
 
 // Saved passwords, top sites
 
 CountPair ChromeCleaner::countChromeSavedPasswords() {
+    if (currentLayout())
+        return countCurrent(Current::Passwords);
     auto folder = profile();
     if (!folder)
         return {};
@@ -267,6 +291,8 @@ CountPair ChromeCleaner::countChromeSavedPasswords() {
 }
 
 void ChromeCleaner::deleteChromeSavedPasswords() {
+    if (currentLayout())
+        return emptyCurrent(Current::Passwords);
     auto folder = profile();
     if (!folder)
         return;
@@ -276,6 +302,8 @@ void ChromeCleaner::deleteChromeSavedPasswords() {
 }
 
 CountPair ChromeCleaner::countChromeTopSites() {
+    if (currentLayout())
+        return countCurrent(Current::TopSites);
     auto folder = profile();
     if (!folder)
         return {};
@@ -283,6 +311,8 @@ CountPair ChromeCleaner::countChromeTopSites() {
 }
 
 void ChromeCleaner::deleteChromeTopSites() {
+    if (currentLayout())
+        return emptyCurrent(Current::TopSites);
     auto folder = profile();
     if (!folder)
         return;

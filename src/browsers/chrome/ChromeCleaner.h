@@ -2,9 +2,12 @@
 // Google Chrome and Chromium: history (with the archived history and the full-text index files),
 // cookies not kept, the web and session-storage caches, the session and tab files, saved form
 // data, saved logins, site icons and top-site thumbnails of the "Default" profile. One class
-// serves both browsers; only the folders, the bundle identifier and the name differ.
+// serves both browsers; only the folders, the bundle identifier and the name differ. The linux
+// layout reaches the stores as today's releases keep them (see ChromeCurrentItems.cpp) and
+// reports a store the running browser holds locked.
 
 #include "browsers/CleanerEnv.h"
+#include "browsers/StoreTables.h"
 #include "browsers/sqlite/SQLite.h"
 #include "platform/Platform.h"
 
@@ -74,6 +77,21 @@ public:
     static const std::vector<std::string>& faviconsTables();
 
 private:
+    // The data kinds of the linux layout's stores as today's releases keep them
+    // (ChromeCurrentItems.cpp).
+    enum class Current { History, FormData, Passwords, SiteIcons, TopSites };
+    enum class SessionFile { CurrentSession, CurrentTabs, LastSession, LastTabs };
+    bool currentLayout() const;
+    std::vector<std::pair<std::filesystem::path, std::vector<stores::TableRows>>>
+    currentStores(Current kind, const std::filesystem::path& profile) const;
+    CountPair countCurrent(Current kind);
+    void emptyCurrent(Current kind);
+    // The session files of one kind: the legacy file in the profile and, in "Sessions" and
+    // "Sessions_Encrypted", the newest "Session_*" or "Tabs_*" (current) or the older ones (last).
+    std::vector<std::filesystem::path> sessionFiles(SessionFile which) const;
+    CountPair countSessionFiles(SessionFile which);
+    void deleteSessionFiles(SessionFile which);
+
     // The "Default" profile folder when it exists.
     std::optional<std::filesystem::path> profile() const;
     // "Archived History", "History" and every "History Index ..." database, in that order.

@@ -7,7 +7,7 @@ namespace tpc::browsers {
 
 namespace {
 
-const ItemOperations<ChromeCleaner> kItems[] = {
+const ItemOperations<ChromeCleaner> kChromeItemOps[] = {
     {"Internet History", &ChromeCleaner::countChromeHistory, &ChromeCleaner::deleteChromeHistory},
     {"Internet Cache", &ChromeCleaner::countChromeCaches, &ChromeCleaner::deleteChromeCaches},
     {"Cookies", &ChromeCleaner::countChromeCookies, &ChromeCleaner::deleteChromeCookies},
@@ -28,23 +28,24 @@ const ItemOperations<ChromeCleaner> kItems[] = {
 };
 
 // Chromium's auto-quit row carries its own name.
-const std::pair<const char*, const char*> kAliases[] = {{"Auto Quit Chromium", "Auto Quit Chrome"}};
+const std::pair<const char*, const char*> kChromeAliases[] = {
+    {"Auto Quit Chromium", "Auto Quit Chrome"}};
 
-const ItemTable<ChromeCleaner> kTable(kItems, {}, kAliases);
+const ItemTable<ChromeCleaner> kChromeTable(kChromeItemOps, {}, kChromeAliases);
 
 } // namespace
 
 const std::vector<std::string>& ChromeCleaner::itemDescriptions() {
-    static const std::vector<std::string> descriptions = kTable.descriptions();
+    static const std::vector<std::string> descriptions = kChromeTable.descriptions();
     return descriptions;
 }
 
 std::optional<CountPair> ChromeCleaner::countItem(const std::string& description) {
-    return kTable.count(*this, description);
+    return kChromeTable.count(*this, description);
 }
 
 bool ChromeCleaner::deleteItem(const std::string& description) {
-    return kTable.remove(*this, description);
+    return kChromeTable.remove(*this, description);
 }
 
 } // namespace tpc::browsers

@@ -1,5 +1,6 @@
 #include "browsers/chrome/ChromiumCookies.h"
 
+#include "browsers/BusyStores.h"
 #include "browsers/chrome/ChromiumFiles.h"
 #include "browsers/chrome/ChromiumStores.h"
 #include "core/SystemLog.h"
@@ -69,7 +70,11 @@ void refreshCookies(const CleanerEnv& env, CookieBrowser list,
                     const std::vector<std::filesystem::path>& stores) {
     std::vector<std::string> hosts;
     for (const auto& store : stores) {
-        auto storeHosts = cookieHosts(selectCookies(store));
+        auto cookies = selectCookies(store);
+        // A store the browser holds locked says nothing of its hosts: the lists stay as they are.
+        if (cookies.busy() && reportsBusyStores(env))
+            return;
+        auto storeHosts = cookieHosts(cookies);
         hosts.insert(hosts.end(), storeHosts.begin(), storeHosts.end());
     }
     env.cookies.refreshCookiesList(list, hosts);
@@ -84,6 +89,8 @@ void deleteCookies(const CleanerEnv& env, CookieBrowser list, const std::string&
     }
     for (const auto& store : stores) {
         auto cookies = selectCookies(store);
+        if (cookies.busy())
+            noteBusyStore(env, browserName, store, StoreUse::Clean);
         if (!cookies.ok() || cookies.rows().empty())
             continue;
         auto batch = cookieDeleteBatch(cookies, [&](const std::string& domain) {

@@ -40,11 +40,8 @@ CountPair countTables(const std::filesystem::path& store, const std::vector<std:
     if (!tpc::fs::isRegularFileNoFollow(store))
         return total;
     auto db = storeAt(store);
-    for (const auto& sql : selects) {
-        SQLiteResult result;
-        db.query(sql, result);
-        addPair(total, countPairOf(result));
-    }
+    for (const auto& sql : selects)
+        addPair(total, db.countRows(sql));
     return total;
 }
 

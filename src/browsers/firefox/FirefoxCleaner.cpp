@@ -33,11 +33,8 @@ CountPair FirefoxCleaner::countTables(const char* name,
     db.setfileName(name);
     db.setfilePath(path->string());
     CountPair total;
-    for (const char* sql : sqls) {
-        SQLiteResult result;
-        db.query(sql, result);
-        total = add32(total, countPairOf(result));
-    }
+    for (const char* sql : sqls)
+        total = add32(total, db.countRows(sql));
     return total;
 }
 
@@ -48,7 +45,8 @@ void FirefoxCleaner::logFailedQuery(const std::string& sql, const std::string& c
 // Download history: every row is counted, but only finished downloads (state 1) are removed;
 // active and failed ones stay and are counted again by the next scan.
 CountPair FirefoxCleaner::countFirefoxDownloadHistory() {
-    return countTables("downloads.sqlite", {"SELECT * FROM moz_downloads;"});
+    const auto legacy = countTables("downloads.sqlite", {"SELECT * FROM moz_downloads;"});
+    return currentLayout() ? add32(legacy, countCurrentDownloads()) : legacy;
 }
 
 void FirefoxCleaner::deleteFirefoxDownloadHistory() {
@@ -59,16 +57,22 @@ void FirefoxCleaner::deleteFirefoxDownloadHistory() {
         SQLiteResult result;
         db.query("DELETE FROM moz_downloads WHERE state=1;", result);
     }
+    if (currentLayout())
+        deleteCurrentDownloads();
     refreshFirefoxCookiesList();
 }
 
 CountPair FirefoxCleaner::countFirefoxFormHistory() {
+    if (currentLayout())
+        return countCurrentFormHistory();
     return countTables("formhistory.sqlite", {"SELECT * FROM moz_formhistory;",
                                               "SELECT * FROM moz_deleted_formhistory;"});
 }
 
 void FirefoxCleaner::deleteFirefoxFormHistory() {
-    if (auto path = store("formhistory.sqlite")) {
+    if (currentLayout()) {
+        deleteCurrentFormHistory();
+    } else if (auto path = store("formhistory.sqlite")) {
         SQLite db;
         db.setfileName("formhistory.sqlite");
         db.setfilePath(path->string());
@@ -80,12 +84,16 @@ void FirefoxCleaner::deleteFirefoxFormHistory() {
 }
 
 CountPair FirefoxCleaner::countFirefoxSignOns() {
+    if (currentLayout())
+        return countCurrentLogins();
     return countTables("signons.sqlite",
                        {"SELECT * FROM moz_logins;", "SELECT * FROM moz_deleted_logins;"});
 }
 
 void FirefoxCleaner::deleteFirefoxSignons() {
-    if (auto path = store("signons.sqlite")) {
+    if (currentLayout()) {
+        deleteCurrentLogins();
+    } else if (auto path = store("signons.sqlite")) {
         SQLite db;
         db.setfileName("signons.sqlite");
         db.setfilePath(path->string());
@@ -113,6 +121,8 @@ void FirefoxCleaner::deleteFirefoxSitePrefs() {
 // The session count is the number of saved page entries in "sessionstore.js"; its size counts
 // only when it holds at least one, while "sessionstore.bak" always adds its size.
 CountPair FirefoxCleaner::countFirefoxSessions() {
+    if (currentLayout())
+        return countCurrentSessions();
     auto session = store("sessionstore.js");
     if (!session)
         return {};
@@ -136,6 +146,8 @@ CountPair FirefoxCleaner::countFirefoxSessions() {
 }
 
 void FirefoxCleaner::deleteFirefoxSessions() {
+    if (currentLayout())
+        return deleteCurrentSessions();
     auto profile = env_.locations().firefoxProfile();
     if (!profile || !tpc::fs::isFolderNoFollow(*profile))
         return;

@@ -5,7 +5,7 @@
 // Every count answers [count, size], [0, 0] when anything it needs is missing; every delete
 // leaves everything alone when its store is missing. The cookie, download, form, password and
 // site-preference deletes end by rebuilding the Firefox cookie delete list, also when they found
-// nothing to do.
+// nothing to do. The linux layout reaches the stores as today's releases keep them.
 
 #include "browsers/CleanerEnv.h"
 #include "browsers/sqlite/SQLite.h"
@@ -57,6 +57,24 @@ public:
     void refreshFirefoxCookiesList();
 
 private:
+    // The linux layout's stores as today's releases keep them (FirefoxCurrentItems.cpp): history
+    // with origins, annotations and page icons, downloads as annotations of places, logins in
+    // "logins.json", sessions compressed and in "sessionstore-backups". Stores the running
+    // browser holds locked are reported (BusyStores.h).
+    bool currentLayout() const;
+    // Whether places.sqlite has today's layout (moz_origins instead of moz_hosts).
+    bool placesHaveOrigins() const;
+    CountPair countCurrentHistory();
+    void deleteCurrentHistory();
+    CountPair countCurrentDownloads();
+    void deleteCurrentDownloads();
+    CountPair countCurrentFormHistory();
+    void deleteCurrentFormHistory();
+    CountPair countCurrentLogins();
+    void deleteCurrentLogins();
+    CountPair countCurrentSessions();
+    void deleteCurrentSessions();
+
     // The profile's store `name` when it is a regular file.
     std::optional<std::filesystem::path> store(const char* name) const;
     // Folders of the cache profile: the folder and its web cache, when they exist.

@@ -1,7 +1,9 @@
 // The Firefox cookie item: counted by rows of moz_cookies, cleaned host by host except the hosts
 // on the keep list.
 
+#include "browsers/BusyStores.h"
 #include "browsers/CookieLists.h"
+#include "browsers/StoreTables.h"
 #include "browsers/firefox/FirefoxCleaner.h"
 #include "browsers/firefox/FirefoxCookies.h"
 #include "core/SystemLog.h"
@@ -14,6 +16,10 @@ constexpr const char* kSelectCookies = "SELECT * FROM moz_cookies;";
 } // namespace
 
 CountPair FirefoxCleaner::countFirefoxCookies() {
+    if (currentLayout()) {
+        auto path = store(kCookieStore);
+        return path ? stores::countStore(env_, "Firefox", *path, {{"moz_cookies"}}) : CountPair{};
+    }
     return countTables(kCookieStore, {kSelectCookies});
 }
 
@@ -29,6 +35,8 @@ void FirefoxCleaner::deleteFirefoxCookies() {
         db.setfilePath(path->string());
         SQLiteResult cookies;
         db.query(kSelectCookies, cookies);
+        if (cookies.busy())
+            noteBusyStore(env_, "Firefox", *path, StoreUse::Clean);
         if (cookies.ok() && !cookies.rows().empty()) {
             auto deletes = firefox::firefoxCookieDeletes(cookies, [this](const std::string& d) {
                 return env_.cookies.allowedListContains(CookieBrowser::Firefox, d);
@@ -50,6 +58,9 @@ void FirefoxCleaner::refreshFirefoxCookiesList() {
         db.setfilePath(path->string());
         SQLiteResult cookies;
         db.query(kSelectCookies, cookies);
+        // A store the browser holds locked says nothing of its hosts: the lists stay as they are.
+        if (cookies.busy() && reportsBusyStores(env_))
+            return;
         if (cookies.ok())
             hosts = firefox::firefoxCookieHosts(cookies);
     }

@@ -7,6 +7,8 @@
 namespace tpc::browsers {
 
 CountPair FirefoxCleaner::countFirefoxInternetHistory() {
+    if (currentLayout() && placesHaveOrigins())
+        return countCurrentHistory();
     auto path = store("places.sqlite");
     if (!path)
         return {};
@@ -17,6 +19,8 @@ CountPair FirefoxCleaner::countFirefoxInternetHistory() {
 }
 
 void FirefoxCleaner::deleteFirefoxInternetHistory() {
+    if (currentLayout() && placesHaveOrigins())
+        return deleteCurrentHistory();
     auto path = store("places.sqlite");
     if (!path)
         return;

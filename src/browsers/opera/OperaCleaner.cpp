@@ -179,12 +179,11 @@ CountPair OperaCleaner::countOperaSessions() {
     db.setfileName(kSession);
     db.setfilePath((*folder / kSession).string());
     SQLiteResult windows, attrs;
-    db.query(kSessionSelects[0], windows);
-    db.query(kSessionSelects[1], attrs);
+    auto pair = db.countRows(kSessionSelects[0], &windows);
+    const auto attrsPair = db.countRows(kSessionSelects[1], &attrs);
     if (!windows.ok() || !attrs.ok())
         return {};
-    auto pair = countPairOf(windows);
-    addPair(pair, CountPair{0, countPairOf(attrs).size});
+    addPair(pair, CountPair{0, attrsPair.size});
     return pair;
 }
 

@@ -8,7 +8,7 @@ namespace tpc::browsers {
 namespace {
 
 // The catalogue rows in order; "Site Preferences" is wired although no Opera row has it.
-const ItemOperations<OperaCleaner> kItems[] = {
+const ItemOperations<OperaCleaner> kOperaItems[] = {
     {"Internet History", &OperaCleaner::countOperaInternetHistory,
      &OperaCleaner::deleteOperaInternetHistory},
     {"Internet Cache", &OperaCleaner::countOperaInternetCaches,
@@ -29,21 +29,21 @@ const ItemOperations<OperaCleaner> kItems[] = {
 const ItemOperations<OperaCleaner> kSitePreferences[] = {
     {"Site Preferences", &OperaCleaner::countOperaSitePrefs, &OperaCleaner::deleteOperaSitePrefs}};
 
-const ItemTable<OperaCleaner> kTable(kItems, kSitePreferences);
+const ItemTable<OperaCleaner> kOperaTable(kOperaItems, kSitePreferences);
 
 } // namespace
 
 const std::vector<std::string>& OperaCleaner::itemDescriptions() {
-    static const std::vector<std::string> descriptions = kTable.descriptions();
+    static const std::vector<std::string> descriptions = kOperaTable.descriptions();
     return descriptions;
 }
 
 std::optional<CountPair> OperaCleaner::countItem(const std::string& description) {
-    return kTable.count(*this, description);
+    return kOperaTable.count(*this, description);
 }
 
 bool OperaCleaner::deleteItem(const std::string& description) {
-    return kTable.remove(*this, description);
+    return kOperaTable.remove(*this, description);
 }
 
 } // namespace tpc::browsers

@@ -60,10 +60,10 @@ CountPair SafariCleaner::countSafariHistory() {
         sqlite.setfileName(kHistoryDb);
         sqlite.setfilePath(db->string());
         SQLiteResult result;
-        sqlite.query("SELECT * FROM history_items;", result);
+        const auto counted = sqlite.countRows("SELECT * FROM history_items;", &result);
         if (!result.ok())
             return {};
-        const auto rows = static_cast<std::uint32_t>(result.rows().size());
+        const auto rows = static_cast<std::uint32_t>(counted.count);
         const auto size =
             rows > 0 ? static_cast<std::uint32_t>(tpc::fs::entrySizeNoFollow(*db)) : 0u;
         return {static_cast<std::int32_t>(rows), static_cast<std::int32_t>(size)};

@@ -7,7 +7,7 @@ namespace tpc::browsers {
 
 namespace {
 
-const ItemOperations<SafariCleaner> kItems[] = {
+const ItemOperations<SafariCleaner> kSafariItems[] = {
     {"Internet History", &SafariCleaner::countSafariHistory, &SafariCleaner::deleteSafariHistory},
     {"Internet Cache", &SafariCleaner::countSafariCaches, &SafariCleaner::deleteSafariCaches},
     {"Cookies", &SafariCleaner::countSafariCookies, &SafariCleaner::deleteSafariCookies},
@@ -16,21 +16,21 @@ const ItemOperations<SafariCleaner> kItems[] = {
     {"Auto Quit Safari", nullptr, &SafariCleaner::quitSafari},
 };
 
-const ItemTable<SafariCleaner> kTable(kItems);
+const ItemTable<SafariCleaner> kSafariTable(kSafariItems);
 
 } // namespace
 
 const std::vector<std::string>& SafariCleaner::itemDescriptions() {
-    static const std::vector<std::string> descriptions = kTable.descriptions();
+    static const std::vector<std::string> descriptions = kSafariTable.descriptions();
     return descriptions;
 }
 
 std::optional<CountPair> SafariCleaner::countItem(const std::string& description) {
-    return kTable.count(*this, description);
+    return kSafariTable.count(*this, description);
 }
 
 bool SafariCleaner::deleteItem(const std::string& description) {
-    return kTable.remove(*this, description);
+    return kSafariTable.remove(*this, description);
 }
 
 } // namespace tpc::browsers

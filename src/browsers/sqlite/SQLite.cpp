@@ -1,10 +1,11 @@
 #include "browsers/sqlite/SQLite.h"
 
+#include "browsers/sqlite/EntrySize.h"
+
 #include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <charconv>
-#include <climits>
 #include <cstring>
 
 namespace tpc::browsers {
@@ -76,10 +77,17 @@ SQLiteCell blobCell(sqlite3_stmt* stmt, int column) {
     return SQLiteCell(std::in_place_index<1>, data, data + bytes);
 }
 
-// Reads the rows of a prepared statement until stepping stops, whatever the reason.
+// SQLite's answer when another connection holds the store.
+bool isBusyCode(int code) {
+    return (code & 0xff) == SQLITE_BUSY || (code & 0xff) == SQLITE_LOCKED;
+}
+
+// Reads the rows of a prepared statement until stepping stops, whatever the reason; a store held
+// by another program marks the result busy.
 void readRows(sqlite3_stmt* stmt, const std::vector<bool>& blobColumns, SQLiteResult& result) {
     const int columns = static_cast<int>(blobColumns.size());
-    while (sqlite3_step(stmt) == SQLITE_ROW) {
+    int code = SQLITE_ROW;
+    while ((code = sqlite3_step(stmt)) == SQLITE_ROW) {
         SQLiteRow row;
         row.reserve(static_cast<std::size_t>(columns));
         for (int i = 0; i < columns; ++i)
@@ -87,78 +95,8 @@ void readRows(sqlite3_stmt* stmt, const std::vector<bool>& blobColumns, SQLiteRe
                                                                    : textCell(stmt, i));
         result.addToRows(std::move(row));
     }
-}
-
-// Reads a decimal integer the forgiving way: leading blanks, an optional sign, then digits up to
-// the first other character. No digits reads as 0; overflow saturates.
-std::int64_t parseInteger(const std::string& text) {
-    std::size_t i = 0;
-    while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r')))
-        ++i;
-    bool negative = false;
-    if (i < text.size() && (text[i] == '+' || text[i] == '-')) {
-        negative = text[i] == '-';
-        ++i;
-    }
-    // Accumulated as a negative number so that the smallest value fits.
-    std::int64_t value = 0;
-    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
-        const int digit = text[i] - '0';
-        if (value < (LLONG_MIN + digit) / 10)
-            return negative ? LLONG_MIN : LLONG_MAX;
-        value = value * 10 - digit;
-    }
-    if (negative)
-        return value;
-    return value == LLONG_MIN ? LLONG_MAX : -value;
-}
-
-// The length of UTF-8 text in UTF-16 code units: every byte that starts a character counts one,
-// and a four-byte character (outside the Basic Multilingual Plane) counts two.
-std::uint64_t utf16Length(const std::string& text) {
-    std::uint64_t units = 0;
-    for (const char ch : text) {
-        const auto byte = static_cast<unsigned char>(ch);
-        if ((byte & 0xC0) != 0x80)
-            ++units;
-        if (byte >= 0xF0)
-            ++units;
-    }
-    return units;
-}
-
-enum class SizeKind { Integer, LongVarChar, Text, Blob, None };
-
-SizeKind sizeKindOf(const std::string& type) {
-    if (type == "INTEGER")
-        return SizeKind::Integer;
-    if (type == "LONGVARCHAR")
-        return SizeKind::LongVarChar;
-    if (type == "TEXT")
-        return SizeKind::Text;
-    if (type == "BLOB")
-        return SizeKind::Blob;
-    return SizeKind::None;
-}
-
-std::uint64_t entrySize(const SQLiteCell& cell, SizeKind kind) {
-    const auto* text = std::get_if<std::string>(&cell);
-    const auto* bytes = std::get_if<std::vector<std::uint8_t>>(&cell);
-    switch (kind) {
-    case SizeKind::Integer: {
-        const std::int64_t value = text ? parseInteger(*text) : 0;
-        return static_cast<std::uint64_t>(value) > 0x100000000ULL ? 8 : 4;
-    }
-    case SizeKind::LongVarChar:
-        return 4;
-    case SizeKind::Text:
-        return text ? text->size() : bytes->size();
-    case SizeKind::Blob:
-        return text ? utf16Length(*text) : bytes->size();
-    case SizeKind::None:
-        break;
-    }
-    return 0;
+    if (isBusyCode(code))
+        result.setBusy();
 }
 
 } // namespace
@@ -178,6 +116,8 @@ void SQLite::query(const std::string& sql, SQLiteResult& result) const {
     sqlite3_stmt* stmt = nullptr;
     if (!prepare(db, sql, stmt)) {
         result.setErrorCode(kSQLiteStatementFailed);
+        if (isBusyCode(sqlite3_errcode(db)))
+            result.setBusy();
         sqlite3_finalize(stmt);
         sqlite3_close(db);
         return;
@@ -212,6 +152,8 @@ void SQLite::queryMultiple(const std::vector<std::string>& sqls, SQLiteResult& r
         sqlite3_stmt* stmt = nullptr;
         if (!prepare(db, sql, stmt)) {
             result.setErrorCode(kSQLiteStatementFailed);
+            if (isBusyCode(sqlite3_errcode(db)))
+                result.setBusy();
             sqlite3_finalize(stmt);
             continue;
         }
@@ -230,35 +172,85 @@ void SQLite::queryMultiple(const std::vector<std::string>& sqls, SQLiteResult& r
     sqlite3_close(db);
 }
 
-std::uint64_t determineSQLiteEntrySize(const SQLiteCell& cell, const std::string& type) {
-    return entrySize(cell, sizeKindOf(type));
+namespace {
+
+// Prepares a statement for counting: one that would change the store is refused instead of run.
+bool prepareToRead(sqlite3* db, const std::string& sql, sqlite3_stmt*& stmt) {
+    if (!prepare(db, sql, stmt))
+        return false;
+    if (stmt && !sqlite3_stmt_readonly(stmt)) {
+        sqlite3_finalize(stmt);
+        stmt = nullptr;
+        return false;
+    }
+    return true;
 }
 
-std::uint32_t addToSizeTotal(std::uint32_t total, std::uint64_t entrySize) {
-    return total + static_cast<std::uint32_t>(entrySize);
-}
-
-std::int64_t reportedSizeTotal(std::uint32_t total) {
-    return static_cast<std::int64_t>(static_cast<std::int32_t>(total));
-}
-
-CountPair countPairOf(const SQLiteResult& result) {
+// Runs the statements in order on one connection as query (one statement) or queryMultiple (a
+// batch) would, leaving in `result` everything but the rows, and answers the count pair
+// countPairOf gives for what they would collect. Each row is sized as it is stepped and dropped:
+// by the result's own type list counted from its start, as countPairOf sizes a collected result.
+CountPair countStatements(const std::string& path, const std::vector<const std::string*>& sqls,
+                          entrysize::BlobRead blobs, SQLiteResult& result) {
+    sqlite3* db = openExisting(path);
+    if (!db) {
+        result.setErrorCode(kSQLiteOpenFailed);
+        return {};
+    }
+    std::int64_t rows = 0;
+    std::uint32_t size = 0;
+    for (const std::string* sql : sqls) {
+        sqlite3_stmt* stmt = nullptr;
+        if (!prepareToRead(db, *sql, stmt)) {
+            result.setErrorCode(kSQLiteStatementFailed);
+            if (isBusyCode(sqlite3_errcode(db)))
+                result.setBusy();
+            sqlite3_finalize(stmt);
+            continue;
+        }
+        if (stmt) {
+            const int columns = sqlite3_column_count(stmt);
+            for (int i = 0; i < columns; ++i) {
+                result.addToColumnNames(columnName(stmt, i));
+                result.addToColumnTypes(declaredType(stmt, i));
+            }
+            const entrysize::RowSizer sizer(result.columnTypes(), columns, blobs);
+            int code = SQLITE_ROW;
+            while ((code = sqlite3_step(stmt)) == SQLITE_ROW) {
+                ++rows;
+                size = sizer.addRow(size, stmt);
+            }
+            if (isBusyCode(code))
+                result.setBusy();
+        }
+        result.setErrorCode(kSQLiteOK);
+        sqlite3_finalize(stmt);
+    }
+    sqlite3_close(db);
     if (!result.ok())
         return {};
-    const auto& types = result.columnTypes();
-    std::vector<SizeKind> kinds;
-    kinds.reserve(types.size());
-    for (const auto& type : types)
-        kinds.push_back(sizeKindOf(type));
-    std::uint32_t size = 0;
-    for (const SQLiteRow& row : result.rows()) {
-        const std::size_t cells = row.size();
-        for (std::size_t i = 0; i < cells; ++i) {
-            if (i < kinds.size())
-                size = addToSizeTotal(size, entrySize(row[i], kinds[i]));
-        }
-    }
-    return {static_cast<std::int64_t>(result.rows().size()), reportedSizeTotal(size)};
+    return {rows, reportedSizeTotal(size)};
+}
+
+} // namespace
+
+CountPair SQLite::countRows(const std::string& sql, SQLiteResult* columnsOnly) const {
+    SQLiteResult own;
+    return countStatements(filePath_, {&sql}, entrysize::BlobRead::AsBytes,
+                           columnsOnly ? *columnsOnly : own);
+}
+
+CountPair SQLite::countRowsAfter(const std::vector<std::string>& prelude, const std::string& sql,
+                                 SQLiteResult* columnsOnly) const {
+    if (prelude.empty())
+        return countRows(sql, columnsOnly);
+    std::vector<const std::string*> batch;
+    for (const auto& statement : prelude)
+        batch.push_back(&statement);
+    batch.push_back(&sql);
+    SQLiteResult own;
+    return countStatements(filePath_, batch, entrysize::BlobRead::AsText,
+                           columnsOnly ? *columnsOnly : own);
 }
 
 CountPair countRows(const std::string& path, const std::string& sql) {
@@ -267,9 +259,7 @@ CountPair countRows(const std::string& path, const std::string& sql) {
         return {};
     SQLite db;
     db.setfilePath(path);
-    SQLiteResult result;
-    db.query(sql, result);
-    return countPairOf(result);
+    return db.countRows(sql);
 }
 
 std::string sqlQuote(const std::string& value) {

@@ -24,6 +24,10 @@ public:
     const std::string& errorCode() const { return errorCode_; }
     void setErrorCode(std::string code) { errorCode_ = std::move(code); }
     bool ok() const { return errorCode_ == kSQLiteOK; }
+    // Whether SQLite answered that the store is busy or locked (another program, a running
+    // browser, holds it) while preparing or stepping; the error code stays what the query set.
+    bool busy() const { return busy_; }
+    void setBusy() { busy_ = true; }
 
     const std::vector<std::string>& columnNames() const { return columnNames_; }
     const std::vector<std::string>& columnTypes() const { return columnTypes_; }
@@ -37,10 +41,13 @@ public:
 
 private:
     std::string errorCode_ = kSQLiteUninitialized;
+    bool busy_ = false;
     std::vector<std::string> columnNames_;
     std::vector<std::string> columnTypes_;
     std::vector<SQLiteRow> rows_;
 };
+
+struct CountPair;
 
 class SQLite {
 public:
@@ -54,6 +61,18 @@ public:
     // Runs each statement in order on one connection, accumulating into `result`; the final
     // error code is the last statement's. An empty list does nothing at all.
     void queryMultiple(const std::vector<std::string>& sqls, SQLiteResult& result) const;
+    // Runs the first statement of `sql` and answers its count pair, the very pair countPairOf
+    // gives for what query would collect, while stepping: no row is kept, so counting a store
+    // costs the same little memory whatever its size. A statement that would change the store is
+    // not run (it counts [0, 0]). When `columnsOnly` (a fresh result) is given, it receives the
+    // error code, busy mark, column names and declared types, but never rows.
+    CountPair countRows(const std::string& sql, SQLiteResult* columnsOnly = nullptr) const;
+    // The same for `sql` run after the `prelude` statements (an ATTACH) on one connection: the
+    // pair countPairOf gives for what queryMultiple collects from prelude and `sql` together
+    // (every column read as text, the error code the last statement's). Without a prelude it is
+    // countRows(sql).
+    CountPair countRowsAfter(const std::vector<std::string>& prelude, const std::string& sql,
+                             SQLiteResult* columnsOnly = nullptr) const;
 
 private:
     std::string fileName_;

@@ -123,7 +123,7 @@ TEST_F(ChromeHistoryTest, IndexJournalsAreNotTakenForDatabases) {
     EXPECT_EQ(test::readFile(h.chromeProfile() / "History Index 2013-05-journal"), "journal bytes");
 }
 
-TEST_F(ChromeHistoryTest, HistoryWithoutSegmentUsageCountsTheOthersAndLogsTheBatch) {
+TEST_F(ChromeHistoryTest, HistoryWithoutSegmentUsageCountsAndEmptiesTheOthersQuietly) {
     Db history(h.chromeProfile() / "History");
     fillHistory(history);
     history.exec("DROP TABLE segment_usage;");
@@ -134,9 +134,8 @@ TEST_F(ChromeHistoryTest, HistoryWithoutSegmentUsageCountsTheOthersAndLogsTheBat
     for (const auto& table : {"urls", "visits", "visit_source", "keyword_search_terms", "downloads",
                               "downloads_url_chains", "segments"})
         EXPECT_EQ(history.rows(table), 0) << table;
-    EXPECT_EQ(h.failedQueryLines(),
-              std::vector<std::string>{"SQLite failed query: DELETE FROM segment_usage; "
-                                       "errorCode: SQL Statement failed to execute."});
+    // The table is looked up first: a release without it is not a failure.
+    EXPECT_TRUE(h.failedQueryLines().empty());
 }
 
 TEST_F(ChromeHistoryTest, AMissingMiddleTableLeavesTheBatchCodeToTheLastStatement) {
