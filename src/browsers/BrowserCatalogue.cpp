@@ -48,9 +48,10 @@ CatalogueEntry googleChrome() {
     return {"Google Chrome", Browser::GoogleChrome, 0, kChromeItems, kChromeScanOrder, 12};
 }
 
-CatalogueEntry chromium() {
-    CatalogueEntry e{"Chromium", Browser::Chromium, 0, kChromeItems, kChromeScanOrder, 12};
-    e.items.back() = "Auto Quit Chromium";
+// Another Chrome-family browser: Google Chrome's items and weight, its own auto-quit item.
+CatalogueEntry chromeFamily(const std::string& name, Browser browser) {
+    CatalogueEntry e{name, browser, 0, kChromeItems, kChromeScanOrder, 12};
+    e.items.back() = "Auto Quit " + name;
     return e;
 }
 
@@ -92,7 +93,9 @@ const std::vector<CatalogueEntry>& browserCatalogue(Layout layout) {
     static const std::vector<CatalogueEntry> mac =
         numbered({safari(), firefox(), googleChrome(), opera()});
     static const std::vector<CatalogueEntry> linux =
-        numbered({safari(), firefox(), googleChrome(), chromium(), opera()});
+        numbered({safari(), firefox(), googleChrome(), chromeFamily("Chromium", Browser::Chromium),
+                  chromeFamily("Brave", Browser::Brave), chromeFamily("Vivaldi", Browser::Vivaldi),
+                  chromeFamily("Microsoft Edge", Browser::MicrosoftEdge), opera()});
     return layout == Layout::Linux ? linux : mac;
 }
 

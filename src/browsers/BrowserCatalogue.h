@@ -14,7 +14,7 @@
 namespace tpc::browsers {
 
 struct CatalogueEntry {
-    std::string name; // "Safari", "Firefox", "Google Chrome", "Chromium", "Opera"
+    std::string name; // "Safari", "Firefox", "Google Chrome", "Chromium", "Brave", ..., "Opera"
     Browser browser;
     // 1-based position in the catalogue ("Value For Default Sort" of the root).
     std::int64_t position = 0;
@@ -28,8 +28,9 @@ struct CatalogueEntry {
     const std::string& autoQuitItem() const { return items.back(); }
 };
 
-// Safari, Firefox, Google Chrome and Opera; the linux layout adds Chromium right after Google
-// Chrome (with Google Chrome's items and weight, and its own auto-quit item "Auto Quit Chromium").
+// Safari, Firefox, Google Chrome and Opera; the linux layout adds Chromium, Brave, Vivaldi and
+// Microsoft Edge right after Google Chrome (with Google Chrome's items and weight, and each its
+// own auto-quit item: "Auto Quit Chromium", "Auto Quit Brave", ...).
 const std::vector<CatalogueEntry>& browserCatalogue(platform::Layout layout);
 // By name; nullptr when the layout's catalogue has no such browser.
 const CatalogueEntry* findCatalogueEntry(platform::Layout layout, const std::string& name);

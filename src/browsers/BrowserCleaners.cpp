@@ -90,11 +90,26 @@ BrowserCleaners::BrowserCleaners(CleanerEnv env)
 
     BrowserEntry ff{"Firefox", Browser::Firefox, CookieBrowser::Firefox, {}, {}, {}, {}};
     ff.items = kFirefoxTable.descriptions();
+    // Every item runs over each profile in turn, the counts summed; the browser quits once.
     ff.countItem = [this](const std::string& d) {
-        return kFirefoxTable.count(*firefox_, d);
+        std::optional<CountPair> total;
+        firefox_->forEachProfile([&] {
+            auto part = kFirefoxTable.count(*firefox_, d);
+            if (part && total)
+                total = CountPair{total->count + part->count, total->size + part->size};
+            else if (part)
+                total = part;
+        });
+        return total;
     };
     ff.deleteItem = [this](const std::string& d) {
-        return kFirefoxTable.remove(*firefox_, d);
+        const auto* item = kFirefoxTable.find(d);
+        if (!item)
+            return false;
+        if (!item->count) // the auto-quit row
+            return kFirefoxTable.remove(*firefox_, d);
+        firefox_->forEachProfile([&] { kFirefoxTable.remove(*firefox_, d); });
+        return true;
     };
     ff.refreshCookies = [this] {
         firefox_->refreshFirefoxCookiesList();
@@ -103,8 +118,15 @@ BrowserCleaners::BrowserCleaners(CleanerEnv env)
 
     const auto layout = env.platform.layout();
     entries_.push_back(chromeEntry(layout, "Google Chrome", Browser::GoogleChrome, *chrome_));
-    if (layout == platform::Layout::Linux)
+    if (layout == platform::Layout::Linux) {
         entries_.push_back(chromeEntry(layout, "Chromium", Browser::Chromium, *chromium_));
+        for (const auto& [name, browser] :
+             {std::pair{"Brave", Browser::Brave}, std::pair{"Vivaldi", Browser::Vivaldi},
+              std::pair{"Microsoft Edge", Browser::MicrosoftEdge}}) {
+            otherChromeFamily_.push_back(std::make_unique<ChromeCleaner>(env_, browser));
+            entries_.push_back(chromeEntry(layout, name, browser, *otherChromeFamily_.back()));
+        }
+    }
 
     BrowserEntry op{
         "Opera", Browser::Opera, CookieBrowser::Opera, OperaCleaner::itemDescriptions(), {}, {},
@@ -123,6 +145,17 @@ BrowserCleaners::BrowserCleaners(CleanerEnv env)
 
 BrowserCleaners::~BrowserCleaners() = default;
 
+ChromeCleaner* BrowserCleaners::chromeFamily(Browser browser) {
+    if (browser == Browser::GoogleChrome)
+        return chrome_.get();
+    if (browser == Browser::Chromium)
+        return chromium_.get();
+    for (const auto& cleaner : otherChromeFamily_)
+        if (cleaner->browser() == browser)
+            return cleaner.get();
+    return nullptr;
+}
+
 const BrowserEntry* BrowserCleaners::find(const std::string& name) const {
     for (const auto& e : entries_)
         if (e.name == name)
@@ -131,8 +164,8 @@ const BrowserEntry* BrowserCleaners::find(const std::string& name) const {
 }
 
 void BrowserCleaners::refreshAllCookieLists() {
-    // Chromium shares Google Chrome's lists: refreshing both would leave only the last one's
-    // hosts, so the lists follow the first Chrome-family browser that is installed (Google
+    // The Chrome family shares Google Chrome's lists: refreshing both would leave only the last
+    // one's hosts, so the lists follow the first Chrome-family browser that is installed (Google
     // Chrome when neither is).
     const BrowserEntry* chromeFamily = nullptr;
     for (const auto& e : entries_)

@@ -40,8 +40,8 @@ public:
     explicit BrowserCleaners(CleanerEnv env);
     ~BrowserCleaners();
 
-    // In catalogue order. Safari is offered on the macos layout only, Chromium on the linux
-    // layout only.
+    // In catalogue order. Safari is offered on the macos layout only, Chromium, Brave, Vivaldi and
+    // Microsoft Edge on the linux layout only.
     const std::vector<BrowserEntry>& entries() const { return entries_; }
     // By name (case-sensitive, as the lists show it); nullptr when unknown.
     const BrowserEntry* find(const std::string& name) const;
@@ -50,6 +50,8 @@ public:
     FirefoxCleaner& firefox() { return *firefox_; }
     ChromeCleaner& chrome() { return *chrome_; }
     ChromeCleaner& chromium() { return *chromium_; }
+    // Any Chrome-family browser's cleaner (nullptr outside the family).
+    ChromeCleaner* chromeFamily(Browser browser);
     OperaCleaner& opera() { return *opera_; }
 
     // Every browser's cookie delete list from its store (at start-up and after a clean).
@@ -65,6 +67,8 @@ private:
     std::unique_ptr<FirefoxCleaner> firefox_;
     std::unique_ptr<ChromeCleaner> chrome_;
     std::unique_ptr<ChromeCleaner> chromium_;
+    // Brave, Vivaldi, Microsoft Edge.
+    std::vector<std::unique_ptr<ChromeCleaner>> otherChromeFamily_;
     std::unique_ptr<OperaCleaner> opera_;
     std::vector<BrowserEntry> entries_;
 };

@@ -2,8 +2,11 @@
 
 #include "browsers/firefox/FirefoxProfiles.h"
 #include "fs/Entries.h"
+#include "fs/Folders.h"
 #include "platform/Platform.h"
 
+#include <algorithm>
+#include <cctype>
 #include <stdexcept>
 
 namespace tpc::browsers {
@@ -23,41 +26,92 @@ const char* macAppName(Browser browser) {
         return "Google Chrome";
     case Browser::Chromium:
         return "Chromium";
+    case Browser::Brave:
+        return "Brave Browser";
+    case Browser::Vivaldi:
+        return "Vivaldi";
+    case Browser::MicrosoftEdge:
+        return "Microsoft Edge";
     case Browser::Opera:
         return "Opera";
     }
     return "";
 }
 
-// Absolute paths of a browser's executable on a Linux system (looked up under the root).
-std::vector<fs::path> linuxExecutables(Browser browser) {
-    std::vector<std::string> names;
-    std::vector<fs::path> extra;
+// Where a browser is installed and keeps its data on a Linux system.
+struct LinuxPlaces {
+    std::vector<std::string> executables; // names looked up in the usual bin folders
+    std::vector<fs::path> extra;          // other absolute paths (/opt/...)
+    std::string flatpakId;                // "" when it has no Flatpak
+    // Chrome family: the data folder under ~/.config and the cache folder under ~/.cache.
+    fs::path folder;
+    // Chrome family: the snap's name and where it keeps its data inside ~/snap/<name> ("" when
+    // it has no snap with its own data).
+    std::string snap;
+    fs::path snapData;
+};
+
+LinuxPlaces linuxPlaces(Browser browser) {
     switch (browser) {
     case Browser::Safari:
         return {};
     case Browser::Firefox:
-        names = {"firefox", "firefox-esr"};
-        extra = {"/opt/firefox/firefox"};
-        break;
+        return {{"firefox", "firefox-esr"},
+                {"/opt/firefox/firefox"},
+                "org.mozilla.firefox",
+                {},
+                {},
+                {}};
     case Browser::GoogleChrome:
-        names = {"google-chrome", "google-chrome-stable"};
-        extra = {"/opt/google/chrome/chrome", "/opt/google/chrome/google-chrome"};
-        break;
+        return {{"google-chrome", "google-chrome-stable"},
+                {"/opt/google/chrome/chrome", "/opt/google/chrome/google-chrome"},
+                "com.google.Chrome",
+                "google-chrome",
+                {},
+                {}};
     case Browser::Chromium:
-        names = {"chromium", "chromium-browser"};
-        extra = {"/opt/chromium/chromium"};
-        break;
+        return {{"chromium", "chromium-browser"},
+                {"/opt/chromium/chromium"},
+                "org.chromium.Chromium",
+                "chromium",
+                "chromium",
+                "common/chromium"};
+    case Browser::Brave:
+        return {{"brave-browser", "brave", "brave-browser-stable"},
+                {"/opt/brave.com/brave/brave-browser", "/opt/brave.com/brave/brave"},
+                "com.brave.Browser",
+                "BraveSoftware/Brave-Browser",
+                "brave",
+                "current/.config/BraveSoftware/Brave-Browser"};
+    case Browser::Vivaldi:
+        return {{"vivaldi", "vivaldi-stable"},
+                {"/opt/vivaldi/vivaldi"},
+                "com.vivaldi.Vivaldi",
+                "vivaldi",
+                "vivaldi",
+                "current/.config/vivaldi"};
+    case Browser::MicrosoftEdge:
+        return {{"microsoft-edge", "microsoft-edge-stable"},
+                {"/opt/microsoft/msedge/microsoft-edge", "/opt/microsoft/msedge/msedge"},
+                "com.microsoft.Edge",
+                "microsoft-edge",
+                {},
+                {}};
     case Browser::Opera:
-        names = {"opera"};
-        extra = {"/opt/opera/opera"};
-        break;
+        return {{"opera"}, {"/opt/opera/opera"}, {}, {}, {}, {}};
     }
+    return {};
+}
+
+// Absolute paths of a browser's executable on a Linux system (looked up under the root); the
+// snap's launcher is in /snap/bin.
+std::vector<fs::path> linuxExecutables(Browser browser) {
+    const auto places = linuxPlaces(browser);
     std::vector<fs::path> paths;
     for (const char* dir : {"/usr/bin", "/usr/local/bin", "/snap/bin"})
-        for (const auto& name : names)
+        for (const auto& name : places.executables)
             paths.push_back(fs::path(dir) / name);
-    paths.insert(paths.end(), extra.begin(), extra.end());
+    paths.insert(paths.end(), places.extra.begin(), places.extra.end());
     return paths;
 }
 
@@ -74,17 +128,57 @@ bool isExecutable(const fs::path& path) {
                perms::none;
 }
 
-// The Chrome family's folder: "Google/Chrome" or "Chromium" (macos), "google-chrome" or
-// "chromium" (linux).
+// The Chrome family's folder: under Application Support and Caches (macos), under ~/.config and
+// ~/.cache (linux).
 fs::path chromeFolder(Layout layout, Browser browser) {
-    if (browser != Browser::GoogleChrome && browser != Browser::Chromium)
+    if (!isChromeFamily(browser))
         throw std::invalid_argument("not a Chrome-family browser");
-    if (layout == Layout::MacOS)
-        return browser == Browser::Chromium ? fs::path("Chromium") : fs::path("Google") / "Chrome";
-    return browser == Browser::Chromium ? "chromium" : "google-chrome";
+    if (layout == Layout::Linux)
+        return linuxPlaces(browser).folder;
+    switch (browser) {
+    case Browser::GoogleChrome:
+        return fs::path("Google") / "Chrome";
+    case Browser::Brave:
+        return fs::path("BraveSoftware") / "Brave-Browser";
+    default:
+        return macAppName(browser);
+    }
+}
+
+// "Default" or "Profile <N>": the names Chrome-family browsers give their profiles.
+bool isChromeProfileName(const std::string& name) {
+    if (name == "Default")
+        return true;
+    const std::string prefix = "Profile ";
+    return name.size() > prefix.size() && name.starts_with(prefix) &&
+           std::all_of(name.begin() + static_cast<std::ptrdiff_t>(prefix.size()), name.end(),
+                       [](unsigned char c) { return std::isdigit(c); });
+}
+
+// "Default" first, then the numbered profiles by number.
+bool chromeProfileOrder(const std::string& a, const std::string& b) {
+    if (a == "Default" || b == "Default")
+        return a == "Default" && b != "Default";
+    return a.size() != b.size() ? a.size() < b.size() : a < b;
 }
 
 } // namespace
+
+bool isChromeFamily(Browser browser) {
+    switch (browser) {
+    case Browser::GoogleChrome:
+    case Browser::Chromium:
+    case Browser::Brave:
+    case Browser::Vivaldi:
+    case Browser::MicrosoftEdge:
+        return true;
+    case Browser::Safari:
+    case Browser::Firefox:
+    case Browser::Opera:
+        return false;
+    }
+    return false;
+}
 
 bool BrowserLocations::browserInstalled(Browser browser) const {
     const fs::path path = browserPath(browser);
@@ -103,7 +197,29 @@ fs::path BrowserLocations::browserPath(Browser browser) const {
     for (const auto& path : candidates)
         if (isExecutable(platform_.underRoot(path)))
             return platform_.underRoot(path);
+    if (auto flatpak = flatpakLauncher(browser))
+        return *flatpak;
     return candidates.empty() ? fs::path() : platform_.underRoot(candidates.front());
+}
+
+std::optional<fs::path> BrowserLocations::flatpakLauncher(Browser browser) const {
+    const auto id = linuxPlaces(browser).flatpakId;
+    // The app's own folder says the user ran it; the exported launcher that it is still installed.
+    if (id.empty() || !tpc::fs::isFolderFollowingLinks(flatpakApp(id)))
+        return std::nullopt;
+    for (const auto& exports : {platform_.underRoot("/var/lib/flatpak/exports/bin"),
+                                platform_.xdgDataHome() / "flatpak/exports/bin"})
+        if (isExecutable(exports / id))
+            return exports / id;
+    return std::nullopt;
+}
+
+fs::path BrowserLocations::flatpakApp(const std::string& id) const {
+    return platform_.home() / ".var/app" / id;
+}
+
+fs::path BrowserLocations::snapFolder(const std::string& name) const {
+    return platform_.home() / "snap" / name;
 }
 
 fs::path BrowserLocations::firefoxProfilesFolder() const {
@@ -129,6 +245,27 @@ std::optional<fs::path> BrowserLocations::firefoxCacheProfile() const {
     return platform_.xdgCacheHome() / "mozilla" / "firefox" / profile->filename();
 }
 
+std::vector<FirefoxProfile> BrowserLocations::firefoxProfiles() const {
+    std::vector<FirefoxProfile> list;
+    if (platform_.layout() == Layout::MacOS) {
+        if (auto profile = firefoxProfile())
+            list.push_back({*profile, *firefoxCacheProfile()});
+        return list;
+    }
+    const auto flatpak = flatpakApp("org.mozilla.firefox");
+    const auto snap = snapFolder("firefox") / "common";
+    const std::pair<fs::path, fs::path> roots[] = {
+        {firefoxProfilesFolder(), platform_.xdgCacheHome() / "mozilla/firefox"},
+        {flatpak / ".mozilla/firefox", flatpak / "cache/mozilla/firefox"},
+        {snap / ".mozilla/firefox", snap / ".cache/mozilla/firefox"}};
+    for (const auto& [folder, caches] : roots)
+        for (const auto& profile : firefox::allFirefoxProfiles(folder))
+            if (std::none_of(list.begin(), list.end(),
+                             [&](const FirefoxProfile& p) { return p.folder == profile; }))
+                list.push_back({profile, caches / profile.filename()});
+    return list;
+}
+
 std::string BrowserLocations::firefoxWebCacheName() const {
     return platform_.layout() == Layout::MacOS ? "Cache" : "cache2";
 }
@@ -142,6 +279,45 @@ fs::path BrowserLocations::chromeProfile(Browser browser) const {
 
 fs::path BrowserLocations::chromeCache(Browser browser) const {
     return platform_.caches() / chromeFolder(platform_.layout(), browser);
+}
+
+std::vector<fs::path> BrowserLocations::chromeProfiles(Browser browser) const {
+    std::vector<fs::path> list;
+    if (platform_.layout() == Layout::MacOS) {
+        if (auto profile = chromeProfile(browser); tpc::fs::isFolderFollowingLinks(profile))
+            list.push_back(profile);
+        return list;
+    }
+    const auto places = linuxPlaces(browser);
+    const auto folder = chromeFolder(Layout::Linux, browser);
+    std::vector<fs::path> roots{platform_.xdgConfigHome() / folder,
+                                flatpakApp(places.flatpakId) / "config" / folder};
+    if (!places.snap.empty())
+        roots.push_back(snapFolder(places.snap) / places.snapData);
+    for (const auto& root : roots) {
+        auto names = tpc::fs::folderNamesFollowingLinks(root);
+        std::erase_if(names, [](const std::string& n) { return !isChromeProfileName(n); });
+        std::sort(names.begin(), names.end(), chromeProfileOrder);
+        for (const auto& name : names)
+            // "Default" may be reached through a link, as it always could; the numbered
+            // profiles only as real folders, so no walk leaves the data folder through them.
+            if (name == "Default" ? tpc::fs::isFolderFollowingLinks(root / name)
+                                  : tpc::fs::isFolderNoFollow(root / name))
+                list.push_back(root / name);
+    }
+    return list;
+}
+
+std::vector<fs::path> BrowserLocations::chromeCaches(Browser browser) const {
+    if (platform_.layout() == Layout::MacOS)
+        return {chromeCache(browser)};
+    const auto places = linuxPlaces(browser);
+    const auto folder = chromeFolder(Layout::Linux, browser);
+    std::vector<fs::path> list{chromeCache(browser),
+                               flatpakApp(places.flatpakId) / "cache" / folder};
+    if (!places.snap.empty())
+        list.push_back(snapFolder(places.snap) / "common/.cache" / folder);
+    return list;
 }
 
 fs::path BrowserLocations::operaData() const {

@@ -70,6 +70,9 @@ std::vector<std::string> ProcRunningApps::processNames(const std::string& bundle
         {"org.mozilla.firefox", {"firefox", "firefox-esr", "firefox-bin"}},
         {"com.google.Chrome", {"chrome", "google-chrome", "google-chrome-stable"}},
         {"org.chromium.Chromium", {"chromium", "chromium-browser"}},
+        {"com.brave.Browser", {"brave", "brave-browser", "brave-browser-stable"}},
+        {"com.vivaldi.Vivaldi", {"vivaldi-bin", "vivaldi", "vivaldi-stable"}},
+        {"com.microsoft.edgemac", {"msedge", "microsoft-edge", "microsoft-edge-stable"}},
         {"com.operasoftware.Opera", {"opera"}},
         {"com.apple.Safari", {}},
         // The photo library's own application has no Linux build: nothing runs under it.

@@ -45,16 +45,38 @@ bool isHistoryIndexName(const std::string& name) {
 } // namespace
 
 ChromeCleaner::ChromeCleaner(CleanerEnv env, Browser which) : env_(env), which_(which) {
-    if (which != Browser::GoogleChrome && which != Browser::Chromium)
+    if (!isChromeFamily(which))
         throw std::invalid_argument("not a Chrome-family browser");
 }
 
 const char* ChromeCleaner::browserName() const {
-    return which_ == Browser::Chromium ? "Chromium" : "Google Chrome";
+    switch (which_) {
+    case Browser::Chromium:
+        return "Chromium";
+    case Browser::Brave:
+        return "Brave";
+    case Browser::Vivaldi:
+        return "Vivaldi";
+    case Browser::MicrosoftEdge:
+        return "Microsoft Edge";
+    default:
+        return "Google Chrome";
+    }
 }
 
 const char* ChromeCleaner::bundleIdentifier() const {
-    return which_ == Browser::Chromium ? "org.chromium.Chromium" : "com.google.Chrome";
+    switch (which_) {
+    case Browser::Chromium:
+        return "org.chromium.Chromium";
+    case Browser::Brave:
+        return "com.brave.Browser";
+    case Browser::Vivaldi:
+        return "com.vivaldi.Vivaldi";
+    case Browser::MicrosoftEdge:
+        return "com.microsoft.edgemac";
+    default:
+        return "com.google.Chrome";
+    }
 }
 
 const std::vector<std::string>& ChromeCleaner::archivedHistoryTables() {
@@ -100,11 +122,16 @@ const std::vector<std::string>& ChromeCleaner::faviconsTables() {
     return tables;
 }
 
-std::optional<fs::path> ChromeCleaner::profile() const {
-    auto folder = env_.locations().chromeProfile(which_);
-    if (!tpc::fs::isFolderFollowingLinks(folder))
-        return std::nullopt;
-    return folder;
+std::vector<fs::path> ChromeCleaner::profiles() const {
+    return env_.locations().chromeProfiles(which_);
+}
+
+std::vector<fs::path> ChromeCleaner::allCookieStores() const {
+    std::vector<fs::path> list;
+    for (const auto& folder : profiles())
+        for (auto& store : cookieStores(folder))
+            list.push_back(std::move(store));
+    return list;
 }
 
 std::vector<std::pair<fs::path, const std::vector<std::string>*>>
@@ -122,59 +149,55 @@ ChromeCleaner::historyStores(const fs::path& profile) const {
 
 CountPair ChromeCleaner::countTablesIn(const char* store,
                                        const std::vector<std::string>& tables) const {
-    auto folder = profile();
-    if (!folder)
-        return {};
-    return countTables(*folder / store, selectStatements(tables));
+    CountPair total;
+    for (const auto& folder : profiles())
+        addPair(total, countTables(folder / store, selectStatements(tables)));
+    return total;
 }
 
 void ChromeCleaner::emptyTablesIn(const char* store, const std::vector<std::string>& tables) {
-    auto folder = profile();
-    if (!folder)
-        return;
-    runBatchLogged(*folder / store, deleteStatements(tables), env_.log);
+    for (const auto& folder : profiles())
+        runBatchLogged(folder / store, deleteStatements(tables), env_.log);
 }
 
 CountPair ChromeCleaner::countFile(const char* name) const {
-    auto folder = profile();
-    if (!folder || !tpc::fs::entryExists(*folder / name))
-        return {};
-    return CountPair{1, static_cast<std::int64_t>(tpc::fs::entrySizeNoFollow(*folder / name))};
+    CountPair total;
+    for (const auto& folder : profiles())
+        if (tpc::fs::entryExists(folder / name))
+            addPair(total, CountPair{1, static_cast<std::int64_t>(
+                                            tpc::fs::entrySizeNoFollow(folder / name))});
+    return total;
 }
 
 void ChromeCleaner::deleteFile(const char* name) {
-    auto folder = profile();
-    if (!folder || !tpc::fs::entryExists(*folder / name))
-        return;
-    env_.deleter.deleteFiles({(*folder / name).string()});
+    std::vector<std::string> paths;
+    for (const auto& folder : profiles())
+        if (tpc::fs::entryExists(folder / name))
+            paths.push_back((folder / name).string());
+    if (!paths.empty())
+        env_.deleter.deleteFiles(paths);
 }
 
 // Cookies
 
 CountPair ChromeCleaner::countChromeCookies() {
-    auto folder = profile();
-    if (!folder)
-        return {};
+    const auto stores = allCookieStores();
     if (currentLayout()) {
         CountPair total;
-        for (const auto& store : cookieStores(*folder))
+        for (const auto& store : stores)
             addPair(total, stores::countStore(env_, browserName(), store, {{"cookies"}}));
         return total;
     }
-    return countCookies(cookieStores(*folder));
+    return countCookies(stores);
 }
 
 void ChromeCleaner::deleteChromeCookies() {
-    auto folder = profile();
-    if (!folder)
-        return;
-    deleteCookies(env_, CookieBrowser::Chrome, browserName(), cookieStores(*folder));
+    if (!profiles().empty())
+        deleteCookies(env_, CookieBrowser::Chrome, browserName(), allCookieStores());
 }
 
 void ChromeCleaner::refreshChromeCookiesList() {
-    auto folder = profile();
-    refreshCookies(env_, CookieBrowser::Chrome,
-                   folder ? cookieStores(*folder) : std::vector<fs::path>{});
+    refreshCookies(env_, CookieBrowser::Chrome, allCookieStores());
 }
 
 // History
@@ -183,43 +206,42 @@ CountPair ChromeCleaner::countChromeHistory() {
     if (currentLayout())
         return countCurrent(Current::History);
     CountPair total;
-    auto folder = profile();
-    if (!folder)
-        return total;
-    for (const auto& [store, tables] : historyStores(*folder))
-        addPair(total, countTables(store, selectStatements(*tables)));
+    for (const auto& folder : profiles())
+        for (const auto& [store, tables] : historyStores(folder))
+            addPair(total, countTables(store, selectStatements(*tables)));
     return total;
 }
 
 void ChromeCleaner::deleteChromeHistory() {
     if (currentLayout())
         return emptyCurrent(Current::History);
-    auto folder = profile();
-    if (!folder)
-        return;
-    for (const auto& [store, tables] : historyStores(*folder))
-        runBatchLogged(store, deleteStatements(*tables), env_.log);
+    for (const auto& folder : profiles())
+        for (const auto& [store, tables] : historyStores(folder))
+            runBatchLogged(store, deleteStatements(*tables), env_.log);
 }
 
 // Caches
 
 CountPair ChromeCleaner::countChromeCaches() {
     CountPair total;
-    if (auto folder = profile())
-        total = countFolderEntries(*folder / kSessionStorage, {kLock});
-    addPair(total, countFolderEntries(env_.locations().chromeCache(which_)));
+    for (const auto& folder : profiles())
+        addPair(total, countFolderEntries(folder / kSessionStorage, {kLock}));
+    for (const auto& cache : env_.locations().chromeCaches(which_))
+        addPair(total, countFolderEntries(cache));
     return total;
 }
 
 void ChromeCleaner::deleteChromeCaches() {
-    if (auto folder = profile()) {
-        auto storage = topLevelEntries(*folder / kSessionStorage, {kLock});
+    for (const auto& folder : profiles()) {
+        auto storage = topLevelEntries(folder / kSessionStorage, {kLock});
         if (!storage.empty())
             env_.deleter.deleteFiles(storage);
     }
-    auto caches = topLevelEntries(env_.locations().chromeCache(which_));
-    if (!caches.empty())
-        env_.deleter.deleteFiles(caches);
+    for (const auto& cache : env_.locations().chromeCaches(which_)) {
+        auto entries = topLevelEntries(cache);
+        if (!entries.empty())
+            env_.deleter.deleteFiles(entries);
+    }
 }
 
 // Session and tab files
@@ -284,42 +306,40 @@ void ChromeCleaner::deleteChromeSiteIcons() {
 CountPair ChromeCleaner::countChromeSavedPasswords() {
     if (currentLayout())
         return countCurrent(Current::Passwords);
-    auto folder = profile();
-    if (!folder)
-        return {};
-    return countTables(*folder / kLoginData, {kSelectLogins});
+    CountPair total;
+    for (const auto& folder : profiles())
+        addPair(total, countTables(folder / kLoginData, {kSelectLogins}));
+    return total;
 }
 
 void ChromeCleaner::deleteChromeSavedPasswords() {
     if (currentLayout())
         return emptyCurrent(Current::Passwords);
-    auto folder = profile();
-    if (!folder)
-        return;
-    auto code = runOne(*folder / kLoginData, kDeleteLogins);
-    if (!code.empty() && code != kSQLiteOK)
-        env_.log.log(failedQueryLine(kDeleteLogins, code));
+    for (const auto& folder : profiles()) {
+        auto code = runOne(folder / kLoginData, kDeleteLogins);
+        if (!code.empty() && code != kSQLiteOK)
+            env_.log.log(failedQueryLine(kDeleteLogins, code));
+    }
 }
 
 CountPair ChromeCleaner::countChromeTopSites() {
     if (currentLayout())
         return countCurrent(Current::TopSites);
-    auto folder = profile();
-    if (!folder)
-        return {};
-    return countTables(*folder / kTopSites, {kSelectThumbnails});
+    CountPair total;
+    for (const auto& folder : profiles())
+        addPair(total, countTables(folder / kTopSites, {kSelectThumbnails}));
+    return total;
 }
 
 void ChromeCleaner::deleteChromeTopSites() {
     if (currentLayout())
         return emptyCurrent(Current::TopSites);
-    auto folder = profile();
-    if (!folder)
-        return;
-    auto code = runOne(*folder / kTopSites, kDeleteThumbnails);
-    // The failure line has always named the logins statement; log readers rely on it.
-    if (!code.empty() && code != kSQLiteOK)
-        env_.log.log(failedQueryLine(kDeleteLogins, code));
+    for (const auto& folder : profiles()) {
+        auto code = runOne(folder / kTopSites, kDeleteThumbnails);
+        // The failure line has always named the logins statement; log readers rely on it.
+        if (!code.empty() && code != kSQLiteOK)
+            env_.log.log(failedQueryLine(kDeleteLogins, code));
+    }
 }
 
 // Quit

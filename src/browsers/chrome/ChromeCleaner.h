@@ -1,8 +1,9 @@
 #pragma once
-// Google Chrome and Chromium: history (with the archived history and the full-text index files),
-// cookies not kept, the web and session-storage caches, the session and tab files, saved form
-// data, saved logins, site icons and top-site thumbnails of the "Default" profile. One class
-// serves both browsers; only the folders, the bundle identifier and the name differ. The linux
+// The Chrome family (Google Chrome, Chromium, Brave, Vivaldi, Microsoft Edge): history (with the
+// archived history and the full-text index files), cookies not kept, the web and session-storage
+// caches, the session and tab files, saved form data, saved logins, site icons and top-site
+// thumbnails of every profile (macos: the "Default" profile). One class serves the whole family;
+// only the folders, the bundle identifier and the name differ. The linux
 // layout reaches the stores as today's releases keep them (see ChromeCurrentItems.cpp) and
 // reports a store the running browser holds locked.
 
@@ -20,14 +21,14 @@ namespace tpc::browsers {
 
 class ChromeCleaner {
 public:
-    // `which` is Browser::GoogleChrome or Browser::Chromium (anything else throws
-    // std::invalid_argument).
+    // `which` is a Chrome-family browser (anything else throws std::invalid_argument).
     ChromeCleaner(CleanerEnv env, Browser which);
 
     Browser browser() const { return which_; }
-    // "Google Chrome" or "Chromium".
+    // "Google Chrome", "Chromium", "Brave", "Vivaldi" or "Microsoft Edge".
     const char* browserName() const;
-    // "com.google.Chrome" or "org.chromium.Chromium".
+    // "com.google.Chrome", "org.chromium.Chromium", "com.brave.Browser", "com.vivaldi.Vivaldi"
+    // or "com.microsoft.edgemac".
     const char* bundleIdentifier() const;
 
     // Counts: [count, size]; [0, 0] when the profile or the store is missing.
@@ -62,8 +63,8 @@ public:
     void refreshChromeCookiesList();
 
     // The item operations by the row's "Description" ("Internet History", ..., "Auto Quit
-    // Chrome"; Chromium also answers to "Auto Quit Chromium"). countItem answers nullopt for an
-    // unknown name and for the auto-quit item; deleteItem answers false for an unknown name.
+    // Chrome"; also "Auto Quit <Name>" for each browser of the family). countItem answers nullopt
+    // for an unknown name and for the auto-quit item; deleteItem answers false for an unknown name.
     std::optional<CountPair> countItem(const std::string& description);
     bool deleteItem(const std::string& description);
     // The item Descriptions in catalogue order, "Auto Quit Chrome" last.
@@ -89,11 +90,16 @@ private:
     // The session files of one kind: the legacy file in the profile and, in "Sessions" and
     // "Sessions_Encrypted", the newest "Session_*" or "Tabs_*" (current) or the older ones (last).
     std::vector<std::filesystem::path> sessionFiles(SessionFile which) const;
+    void addSessionFiles(SessionFile which, const std::filesystem::path& profile,
+                         std::vector<std::filesystem::path>& files) const;
     CountPair countSessionFiles(SessionFile which);
     void deleteSessionFiles(SessionFile which);
 
-    // The "Default" profile folder when it exists.
-    std::optional<std::filesystem::path> profile() const;
+    // Every profile folder that exists (BrowserLocations::chromeProfiles): each item runs over
+    // all of them and sums their counts.
+    std::vector<std::filesystem::path> profiles() const;
+    // The cookie stores of every profile.
+    std::vector<std::filesystem::path> allCookieStores() const;
     // "Archived History", "History" and every "History Index ..." database, in that order.
     std::vector<std::pair<std::filesystem::path, const std::vector<std::string>*>>
     historyStores(const std::filesystem::path& profile) const;

@@ -114,33 +114,37 @@ ChromeCleaner::currentStores(Current kind, const fs::path& profile) const {
 
 CountPair ChromeCleaner::countCurrent(Current kind) {
     CountPair total;
-    if (auto folder = profile())
-        for (const auto& [store, rows] : currentStores(kind, *folder))
+    for (const auto& folder : profiles())
+        for (const auto& [store, rows] : currentStores(kind, folder))
             chromium::addPair(total, stores::countStore(env_, browserName(), store, rows));
     return total;
 }
 
 void ChromeCleaner::emptyCurrent(Current kind) {
-    if (auto folder = profile())
-        for (const auto& [store, rows] : currentStores(kind, *folder))
+    for (const auto& folder : profiles())
+        for (const auto& [store, rows] : currentStores(kind, folder))
             stores::emptyStore(env_, browserName(), store, rows);
 }
 
 std::vector<fs::path> ChromeCleaner::sessionFiles(SessionFile which) const {
-    auto folder = profile();
-    if (!folder)
-        return {};
+    std::vector<fs::path> files;
+    for (const auto& folder : profiles())
+        addSessionFiles(which, folder, files);
+    return files;
+}
+
+void ChromeCleaner::addSessionFiles(SessionFile which, const fs::path& profile,
+                                    std::vector<fs::path>& files) const {
     const bool tabs = which == SessionFile::CurrentTabs || which == SessionFile::LastTabs;
     const bool current = which == SessionFile::CurrentSession || which == SessionFile::CurrentTabs;
     static const char* const legacy[] = {"Current Session", "Current Tabs", "Last Session",
                                          "Last Tabs"};
-    std::vector<fs::path> files;
-    if (tpc::fs::entryExists(*folder / legacy[static_cast<int>(which)]))
-        files.push_back(*folder / legacy[static_cast<int>(which)]);
+    if (tpc::fs::entryExists(profile / legacy[static_cast<int>(which)]))
+        files.push_back(profile / legacy[static_cast<int>(which)]);
 
     const std::string prefix = tabs ? "Tabs_" : "Session_";
     for (const char* sessions : kSessionFolders) {
-        const auto dir = *folder / sessions;
+        const auto dir = profile / sessions;
         if (!tpc::fs::isFolderNoFollow(dir))
             continue;
         std::vector<std::string> names;
@@ -162,7 +166,6 @@ std::vector<fs::path> ChromeCleaner::sessionFiles(SessionFile which) const {
             if ((it == newest) == current)
                 files.push_back(dir / *it);
     }
-    return files;
 }
 
 CountPair ChromeCleaner::countSessionFiles(SessionFile which) {

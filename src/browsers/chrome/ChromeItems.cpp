@@ -27,9 +27,12 @@ const ItemOperations<ChromeCleaner> kChromeItemOps[] = {
     {"Auto Quit Chrome", nullptr, &ChromeCleaner::quitChrome},
 };
 
-// Chromium's auto-quit row carries its own name.
+// The other browsers' auto-quit rows carry their own names.
 const std::pair<const char*, const char*> kChromeAliases[] = {
-    {"Auto Quit Chromium", "Auto Quit Chrome"}};
+    {"Auto Quit Chromium", "Auto Quit Chrome"},
+    {"Auto Quit Brave", "Auto Quit Chrome"},
+    {"Auto Quit Vivaldi", "Auto Quit Chrome"},
+    {"Auto Quit Microsoft Edge", "Auto Quit Chrome"}};
 
 const ItemTable<ChromeCleaner> kChromeTable(kChromeItemOps, {}, kChromeAliases);
 

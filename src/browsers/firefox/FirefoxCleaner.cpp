@@ -14,9 +14,30 @@ using namespace firefox;
 
 FirefoxCleaner::FirefoxCleaner(CleanerEnv env) : env_(env) {}
 
-std::optional<fs::path> FirefoxCleaner::store(const char* name) const {
-    auto profile = env_.locations().firefoxProfile();
+std::optional<fs::path> FirefoxCleaner::profileFolder() const {
+    auto profile = inUse_ ? std::optional(inUse_->folder) : env_.locations().firefoxProfile();
     if (!profile || !tpc::fs::isFolderNoFollow(*profile))
+        return std::nullopt;
+    return profile;
+}
+
+void FirefoxCleaner::forEachProfile(const std::function<void()>& op) {
+    const auto profiles = env_.platform.layout() == platform::Layout::Linux
+                              ? env_.locations().firefoxProfiles()
+                              : std::vector<FirefoxProfile>{};
+    if (profiles.empty())
+        return op();
+    const auto outer = inUse_;
+    for (const auto& profile : profiles) {
+        inUse_ = profile;
+        op();
+    }
+    inUse_ = outer;
+}
+
+std::optional<fs::path> FirefoxCleaner::store(const char* name) const {
+    auto profile = profileFolder();
+    if (!profile)
         return std::nullopt;
     auto path = *profile / name;
     if (!tpc::fs::isRegularFileNoFollow(path))
@@ -148,8 +169,8 @@ CountPair FirefoxCleaner::countFirefoxSessions() {
 void FirefoxCleaner::deleteFirefoxSessions() {
     if (currentLayout())
         return deleteCurrentSessions();
-    auto profile = env_.locations().firefoxProfile();
-    if (!profile || !tpc::fs::isFolderNoFollow(*profile))
+    auto profile = profileFolder();
+    if (!profile)
         return;
     std::vector<std::string> paths;
     for (const char* name : {"sessionstore.js", "sessionstore.bak"})

@@ -11,6 +11,7 @@
 #include "browsers/sqlite/SQLite.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -53,8 +54,13 @@ public:
     // "Auto Quit Firefox": asks every running Firefox to quit; neither waits nor forces.
     void quitFirefox();
 
-    // Rebuilds the Firefox delete list from the hosts of the profile's cookies.
+    // Rebuilds the Firefox delete list from the hosts of every profile's cookies.
     void refreshFirefoxCookiesList();
+
+    // Runs `op` once for each Firefox profile with that profile in use: on the linux layout every
+    // profile BrowserLocations::firefoxProfiles() finds; on macos, and when none is found, once
+    // on the default profile. The operations above work on the profile in use.
+    void forEachProfile(const std::function<void()>& op);
 
 private:
     // The linux layout's stores as today's releases keep them (FirefoxCurrentItems.cpp): history
@@ -75,6 +81,8 @@ private:
     CountPair countCurrentSessions();
     void deleteCurrentSessions();
 
+    // The profile in use (the default profile outside forEachProfile) when it is a real folder.
+    std::optional<std::filesystem::path> profileFolder() const;
     // The profile's store `name` when it is a regular file.
     std::optional<std::filesystem::path> store(const char* name) const;
     // Folders of the cache profile: the folder and its web cache, when they exist.
@@ -86,6 +94,7 @@ private:
     void logFailedQuery(const std::string& sql, const std::string& code);
 
     CleanerEnv env_;
+    std::optional<FirefoxProfile> inUse_;
 };
 
 } // namespace tpc::browsers

@@ -27,7 +27,7 @@ std::string FirefoxCleaner::webCacheName() const {
 }
 
 std::optional<fs::path> FirefoxCleaner::cacheProfile() const {
-    auto folder = env_.locations().firefoxCacheProfile();
+    auto folder = inUse_ ? std::optional(inUse_->cache) : env_.locations().firefoxCacheProfile();
     if (!folder || !tpc::fs::isFolderNoFollow(*folder))
         return std::nullopt;
     return folder;

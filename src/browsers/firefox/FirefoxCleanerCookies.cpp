@@ -8,6 +8,8 @@
 #include "browsers/firefox/FirefoxCookies.h"
 #include "core/SystemLog.h"
 
+#include <algorithm>
+
 namespace tpc::browsers {
 
 namespace {
@@ -52,7 +54,12 @@ void FirefoxCleaner::deleteFirefoxCookies() {
 
 void FirefoxCleaner::refreshFirefoxCookiesList() {
     std::vector<std::string> hosts;
-    if (auto path = store(kCookieStore)) {
+    bool busy = false;
+    // The list is the browser's, so it gathers the hosts of every profile whichever is in use.
+    forEachProfile([&] {
+        auto path = store(kCookieStore);
+        if (!path)
+            return;
         SQLite db;
         db.setfileName(kCookieStore);
         db.setfilePath(path->string());
@@ -60,11 +67,14 @@ void FirefoxCleaner::refreshFirefoxCookiesList() {
         db.query(kSelectCookies, cookies);
         // A store the browser holds locked says nothing of its hosts: the lists stay as they are.
         if (cookies.busy() && reportsBusyStores(env_))
-            return;
-        if (cookies.ok())
-            hosts = firefox::firefoxCookieHosts(cookies);
-    }
-    env_.cookies.refreshCookiesList(CookieBrowser::Firefox, hosts);
+            busy = true;
+        else if (cookies.ok())
+            for (auto& host : firefox::firefoxCookieHosts(cookies))
+                if (std::find(hosts.begin(), hosts.end(), host) == hosts.end())
+                    hosts.push_back(std::move(host));
+    });
+    if (!busy)
+        env_.cookies.refreshCookiesList(CookieBrowser::Firefox, hosts);
 }
 
 } // namespace tpc::browsers

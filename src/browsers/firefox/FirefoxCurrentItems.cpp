@@ -187,8 +187,7 @@ CountPair FirefoxCleaner::countCurrentSessions() {
         if (auto path = store(name))
             total = firefox::add32(
                 total, {1, static_cast<std::int64_t>(tpc::fs::entrySizeNoFollow(*path))});
-    auto profile = env_.locations().firefoxProfile();
-    if (profile && tpc::fs::isFolderNoFollow(*profile)) {
+    if (auto profile = profileFolder()) {
         const auto backups =
             tpc::fs::measureFolderNoFollow((*profile / kFirefoxSessionBackups).string());
         total = firefox::add32(total, firefox::pair32(static_cast<std::int64_t>(backups.count),
@@ -198,8 +197,8 @@ CountPair FirefoxCleaner::countCurrentSessions() {
 }
 
 void FirefoxCleaner::deleteCurrentSessions() {
-    auto profile = env_.locations().firefoxProfile();
-    if (!profile || !tpc::fs::isFolderNoFollow(*profile))
+    auto profile = profileFolder();
+    if (!profile)
         return;
     std::vector<std::string> paths;
     for (const char* name : kFirefoxSessionFiles)

@@ -33,6 +33,33 @@ std::optional<fs::path> firstDefaultProfile(const fs::path& folder) {
     return std::nullopt;
 }
 
+std::vector<fs::path> profilesFromIni(const std::string& iniText, const fs::path& folder) {
+    std::vector<fs::path> list;
+    if (auto chosen = profileFromIni(iniText, folder))
+        list.push_back(*chosen);
+    const auto ini = KeyFile::parse(iniText);
+    for (const auto& group : ini.groups()) {
+        auto path = group.value("Path");
+        if (!group.name.starts_with("Profile") || !path || path->empty())
+            continue;
+        auto resolved = resolve(*path, group.value("IsRelative") == "1", folder);
+        if (tpc::fs::isFolderNoFollow(resolved) &&
+            std::find(list.begin(), list.end(), resolved) == list.end())
+            list.push_back(resolved);
+    }
+    return list;
+}
+
+std::vector<fs::path> allFirefoxProfiles(const fs::path& folder) {
+    std::vector<fs::path> list;
+    if (auto text = platform::readTextFile(folder / "profiles.ini"))
+        list = profilesFromIni(*text, folder);
+    if (list.empty())
+        if (auto profile = firstDefaultProfile(folder))
+            list.push_back(*profile);
+    return list;
+}
+
 std::optional<fs::path> profileFromIni(const std::string& iniText, const fs::path& folder) {
     auto ini = KeyFile::parse(iniText);
     std::vector<fs::path> choices;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tpc::browsers::firefox {
 
@@ -23,5 +24,12 @@ std::optional<std::filesystem::path> profileFromIni(const std::string& iniText,
 
 // profiles.ini inside `folder`, else firstDefaultProfile(folder).
 std::optional<std::filesystem::path> findFirefoxProfile(const std::filesystem::path& folder);
+
+// Every [ProfileN] of profiles.ini that is an existing folder, in the file's order, with the one
+// findFirefoxProfile picks first (each once).
+std::vector<std::filesystem::path> profilesFromIni(const std::string& iniText,
+                                                   const std::filesystem::path& folder);
+// Every profile of `folder`: the profile in use first, then the others profiles.ini lists.
+std::vector<std::filesystem::path> allFirefoxProfiles(const std::filesystem::path& folder);
 
 } // namespace tpc::browsers::firefox

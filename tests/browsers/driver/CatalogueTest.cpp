@@ -120,7 +120,7 @@ TEST_F(Catalogue, TheLinuxLayoutAddsChromiumAfterGoogleChromeWithItsOwnAutoQuitR
               (std::vector<std::string>{"Firefox", "Google Chrome", "Chromium", "Opera"}));
     auto chromium = row(list, "Chromium");
     EXPECT_EQ(chromium->getInt(keys::ValueForDefaultSort), 4);
-    EXPECT_EQ(row(list, "Opera")->getInt(keys::ValueForDefaultSort), 5);
+    EXPECT_EQ(row(list, "Opera")->getInt(keys::ValueForDefaultSort), 8);
     EXPECT_EQ(core::path(chromium), (h.root() / "usr/bin/chromium").string());
     auto items = names(core::subList(chromium));
     ASSERT_EQ(items.size(), kChromeItems.size());
