@@ -204,15 +204,15 @@ TEST(PowerModuleOnThisHost, APresetCleanRunsWithoutSleepPreventionWhenRegistrati
     app.general().preventNormalSleep(true);
     ASSERT_NE(app.module<PowerModule>(), nullptr);
 
-    core::TaskSpec spec{Category::Presets,
-                        TaskKind::Clean,
-                        core::MainButton::AutoClean,
-                        [] {},
-                        [] {},
-                        [] {
-                        }};
-    app.tasks().buttonClicked(spec, core::Sender::Button, [&] {
-        core::WorkerProgress progress(app.context(), app.tasks(), spec);
+    core::TaskSpec presetClean{Category::Presets,
+                               TaskKind::Clean,
+                               core::MainButton::AutoClean,
+                               [] {},
+                               [] {},
+                               [] {
+                               }};
+    app.tasks().buttonClicked(presetClean, core::Sender::Button, [&] {
+        core::WorkerProgress progress(app.context(), app.tasks(), presetClean);
         progress.prepare();
         progress.finish();
     });
