@@ -69,6 +69,13 @@ CatalogueEntry opera() {
             9};
 }
 
+// The linux layout's row of a browser: "Site Storage" before the auto-quit item, counted last.
+CatalogueEntry withSiteStorage(CatalogueEntry e) {
+    e.items.insert(e.items.end() - 1, "Site Storage");
+    e.scanOrder.push_back("Site Storage");
+    return e;
+}
+
 std::vector<CatalogueEntry> numbered(std::vector<CatalogueEntry> entries) {
     std::int64_t position = 0;
     for (auto& e : entries)
@@ -92,10 +99,12 @@ core::DictRef makeRecord(const std::string& description, std::int64_t position) 
 const std::vector<CatalogueEntry>& browserCatalogue(Layout layout) {
     static const std::vector<CatalogueEntry> mac =
         numbered({safari(), firefox(), googleChrome(), opera()});
-    static const std::vector<CatalogueEntry> linux =
-        numbered({safari(), firefox(), googleChrome(), chromeFamily("Chromium", Browser::Chromium),
-                  chromeFamily("Brave", Browser::Brave), chromeFamily("Vivaldi", Browser::Vivaldi),
-                  chromeFamily("Microsoft Edge", Browser::MicrosoftEdge), opera()});
+    static const std::vector<CatalogueEntry> linux = numbered(
+        {safari(), withSiteStorage(firefox()), withSiteStorage(googleChrome()),
+         withSiteStorage(chromeFamily("Chromium", Browser::Chromium)),
+         withSiteStorage(chromeFamily("Brave", Browser::Brave)),
+         withSiteStorage(chromeFamily("Vivaldi", Browser::Vivaldi)),
+         withSiteStorage(chromeFamily("Microsoft Edge", Browser::MicrosoftEdge)), opera()});
     return layout == Layout::Linux ? linux : mac;
 }
 

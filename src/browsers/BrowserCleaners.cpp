@@ -33,7 +33,13 @@ const ItemOperations<FirefoxCleaner> kFirefoxItems[] = {
     {"Auto Quit Firefox", nullptr, &FirefoxCleaner::quitFirefox},
 };
 
-const ItemTable<FirefoxCleaner> kFirefoxTable(kFirefoxItems);
+// Rows only the linux layout's catalogue lists.
+const ItemOperations<FirefoxCleaner> kFirefoxLinuxItems[] = {
+    {"Site Storage", &FirefoxCleaner::countFirefoxSiteStorage,
+     &FirefoxCleaner::deleteFirefoxSiteStorage},
+};
+
+const ItemTable<FirefoxCleaner> kFirefoxTable(kFirefoxItems, kFirefoxLinuxItems);
 
 BrowserEntry chromeEntry(platform::Layout layout, const std::string& name, Browser browser,
                          ChromeCleaner& cleaner) {
@@ -89,7 +95,8 @@ BrowserCleaners::BrowserCleaners(CleanerEnv env)
     }
 
     BrowserEntry ff{"Firefox", Browser::Firefox, CookieBrowser::Firefox, {}, {}, {}, {}};
-    ff.items = kFirefoxTable.descriptions();
+    const auto* listed = findCatalogueEntry(env.platform.layout(), "Firefox");
+    ff.items = listed ? listed->items : kFirefoxTable.descriptions();
     // Every item runs over each profile in turn, the counts summed; the browser quits once.
     ff.countItem = [this](const std::string& d) {
         std::optional<CountPair> total;

@@ -19,6 +19,8 @@
 
 namespace tpc::browsers {
 
+class SiteStorage;
+
 class ChromeCleaner {
 public:
     // `which` is a Chrome-family browser (anything else throws std::invalid_argument).
@@ -43,6 +45,9 @@ public:
     CountPair countChromeLastTabs();
     CountPair countChromeSiteIcons();
     CountPair countChromeTopSites();
+    // "Site Storage" (linux layout): IndexedDB of the hosts not kept, and the shared web storage
+    // while the keep list is empty (ChromeSiteStorage.cpp).
+    CountPair countChromeSiteStorage();
 
     // Deletes: nothing when the profile or the store is missing.
     void deleteChromeCookies();
@@ -56,6 +61,7 @@ public:
     void deleteChromeLastTabs();
     void deleteChromeSiteIcons();
     void deleteChromeTopSites();
+    void deleteChromeSiteStorage();
 
     // Asks every running instance of the browser to quit.
     void quitChrome();
@@ -106,6 +112,8 @@ private:
     CountPair countTablesIn(const char* store, const std::vector<std::string>& tables) const;
     void emptyTablesIn(const char* store, const std::vector<std::string>& tables);
     CountPair countFile(const char* name) const;
+    // What "Site Storage" removes from every profile.
+    SiteStorage siteStorage() const;
     void deleteFile(const char* name);
 
     CleanerEnv env_;

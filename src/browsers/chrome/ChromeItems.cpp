@@ -27,6 +27,12 @@ const ItemOperations<ChromeCleaner> kChromeItemOps[] = {
     {"Auto Quit Chrome", nullptr, &ChromeCleaner::quitChrome},
 };
 
+// Rows only the linux layout's catalogue lists.
+const ItemOperations<ChromeCleaner> kChromeLinuxItemOps[] = {
+    {"Site Storage", &ChromeCleaner::countChromeSiteStorage,
+     &ChromeCleaner::deleteChromeSiteStorage},
+};
+
 // The other browsers' auto-quit rows carry their own names.
 const std::pair<const char*, const char*> kChromeAliases[] = {
     {"Auto Quit Chromium", "Auto Quit Chrome"},
@@ -34,7 +40,7 @@ const std::pair<const char*, const char*> kChromeAliases[] = {
     {"Auto Quit Vivaldi", "Auto Quit Chrome"},
     {"Auto Quit Microsoft Edge", "Auto Quit Chrome"}};
 
-const ItemTable<ChromeCleaner> kChromeTable(kChromeItemOps, {}, kChromeAliases);
+const ItemTable<ChromeCleaner> kChromeTable(kChromeItemOps, kChromeLinuxItemOps, kChromeAliases);
 
 } // namespace
 

@@ -18,6 +18,8 @@
 
 namespace tpc::browsers {
 
+class SiteStorage;
+
 class FirefoxCleaner {
 public:
     static constexpr const char* kBundleIdentifier = "org.mozilla.firefox";
@@ -51,6 +53,10 @@ public:
     // "Application Cache": everything in the cache profile except the web cache.
     CountPair countFirefoxAppCaches();
     void deleteFirefoxAppCaches();
+    // "Site Storage" (linux layout): the folders of "storage/default" whose host is not kept
+    // (FirefoxSiteStorage.cpp).
+    CountPair countFirefoxSiteStorage();
+    void deleteFirefoxSiteStorage();
     // "Auto Quit Firefox": asks every running Firefox to quit; neither waits nor forces.
     void quitFirefox();
 
@@ -88,6 +94,8 @@ private:
     // Folders of the cache profile: the folder and its web cache, when they exist.
     std::optional<std::filesystem::path> cacheProfile() const;
     std::string webCacheName() const;
+    // What "Site Storage" removes from the profile in use.
+    SiteStorage siteStorage() const;
 
     // The count pair of `sqls` run on `store`, added; [0, 0] when all fail or it is missing.
     CountPair countTables(const char* store, const std::vector<const char*>& sqls) const;
