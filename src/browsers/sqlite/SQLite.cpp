@@ -82,6 +82,25 @@ bool isBusyCode(int code) {
     return (code & 0xff) == SQLITE_BUSY || (code & 0xff) == SQLITE_LOCKED;
 }
 
+// A statement that could not be prepared: the result says so, and whether the store was busy.
+void noteFailedStatement(sqlite3* db, sqlite3_stmt*& stmt, SQLiteResult& result) {
+    result.setErrorCode(kSQLiteStatementFailed);
+    if (isBusyCode(sqlite3_errcode(db)))
+        result.setBusy();
+    sqlite3_finalize(stmt);
+    stmt = nullptr;
+}
+
+// Appends the statement's column names and declared types to the result; answers their number.
+int addColumns(sqlite3_stmt* stmt, SQLiteResult& result) {
+    const int columns = sqlite3_column_count(stmt);
+    for (int i = 0; i < columns; ++i) {
+        result.addToColumnNames(columnName(stmt, i));
+        result.addToColumnTypes(declaredType(stmt, i));
+    }
+    return columns;
+}
+
 // Reads the rows of a prepared statement until stepping stops, whatever the reason; a store held
 // by another program marks the result busy.
 void readRows(sqlite3_stmt* stmt, const std::vector<bool>& blobColumns, SQLiteResult& result) {
@@ -115,24 +134,17 @@ void SQLite::query(const std::string& sql, SQLiteResult& result) const {
     }
     sqlite3_stmt* stmt = nullptr;
     if (!prepare(db, sql, stmt)) {
-        result.setErrorCode(kSQLiteStatementFailed);
-        if (isBusyCode(sqlite3_errcode(db)))
-            result.setBusy();
-        sqlite3_finalize(stmt);
+        noteFailedStatement(db, stmt, result);
         sqlite3_close(db);
         return;
     }
     if (stmt) {
-        const int columns = sqlite3_column_count(stmt);
+        const int columns = addColumns(stmt, result);
+        // Cells are decoded by the result's own type list, counted from its start.
+        const auto& types = result.columnTypes();
         std::vector<bool> blobColumns(static_cast<std::size_t>(columns));
-        for (int i = 0; i < columns; ++i) {
-            result.addToColumnNames(columnName(stmt, i));
-            result.addToColumnTypes(declaredType(stmt, i));
-            // Cells are decoded by the result's own type list, counted from its start.
-            const auto& types = result.columnTypes();
-            blobColumns[static_cast<std::size_t>(i)] =
-                static_cast<std::size_t>(i) < types.size() && types[i] == "BLOB";
-        }
+        for (std::size_t i = 0; i < blobColumns.size(); ++i)
+            blobColumns[i] = i < types.size() && types[i] == "BLOB";
         readRows(stmt, blobColumns, result);
     }
     result.setErrorCode(kSQLiteOK);
@@ -151,18 +163,11 @@ void SQLite::queryMultiple(const std::vector<std::string>& sqls, SQLiteResult& r
     for (const std::string& sql : sqls) {
         sqlite3_stmt* stmt = nullptr;
         if (!prepare(db, sql, stmt)) {
-            result.setErrorCode(kSQLiteStatementFailed);
-            if (isBusyCode(sqlite3_errcode(db)))
-                result.setBusy();
-            sqlite3_finalize(stmt);
+            noteFailedStatement(db, stmt, result);
             continue;
         }
         if (stmt) {
-            const int columns = sqlite3_column_count(stmt);
-            for (int i = 0; i < columns; ++i) {
-                result.addToColumnNames(columnName(stmt, i));
-                result.addToColumnTypes(declaredType(stmt, i));
-            }
+            const int columns = addColumns(stmt, result);
             // Batches read every column as text.
             readRows(stmt, std::vector<bool>(static_cast<std::size_t>(columns)), result);
         }
@@ -202,18 +207,11 @@ CountPair countStatements(const std::string& path, const std::vector<const std::
     for (const std::string* sql : sqls) {
         sqlite3_stmt* stmt = nullptr;
         if (!prepareToRead(db, *sql, stmt)) {
-            result.setErrorCode(kSQLiteStatementFailed);
-            if (isBusyCode(sqlite3_errcode(db)))
-                result.setBusy();
-            sqlite3_finalize(stmt);
+            noteFailedStatement(db, stmt, result);
             continue;
         }
         if (stmt) {
-            const int columns = sqlite3_column_count(stmt);
-            for (int i = 0; i < columns; ++i) {
-                result.addToColumnNames(columnName(stmt, i));
-                result.addToColumnTypes(declaredType(stmt, i));
-            }
+            const int columns = addColumns(stmt, result);
             const entrysize::RowSizer sizer(result.columnTypes(), columns, blobs);
             int code = SQLITE_ROW;
             while ((code = sqlite3_step(stmt)) == SQLITE_ROW) {
