@@ -3,6 +3,8 @@
 
 #include "support/TempDir.h"
 
+#include "support/FakePlatform.h"
+
 #include <gtest/gtest.h>
 
 namespace tpc::browsers {
@@ -19,10 +21,7 @@ constexpr Browser allBrowsers[] = {Browser::Safari, Browser::Firefox, Browser::G
                                    Browser::Chromium, Browser::Opera};
 
 Platform platformOn(Layout layout, const TempDir& dir) {
-    PlatformOptions o;
-    o.layout = layout;
-    o.home = dir / "home";
-    o.root = dir / "root";
+    PlatformOptions o = tpc::test::fakePlatformOptions(layout, dir.path());
     return Platform(o);
 }
 

@@ -4,6 +4,8 @@
 
 #include "support/TempDir.h"
 
+#include "support/FakePlatform.h"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -20,10 +22,7 @@ using Env = std::map<std::string, std::string>;
 
 TEST(BrowserLocationsTest, MacosLayoutFolders) {
     TempDir dir;
-    PlatformOptions o;
-    o.layout = Layout::MacOS;
-    o.home = dir / "home";
-    o.root = dir / "root";
+    PlatformOptions o = tpc::test::fakePlatformOptions(Layout::MacOS, dir.path());
     const Platform platform(o);
     const BrowserLocations p(platform);
     auto home = dir / "home";
@@ -78,10 +77,7 @@ TEST(BrowserLocationsTest, LinuxLayoutFoldersFollowXdg) {
 
 TEST(BrowserLocationsTest, FirefoxProfilesFolderMovesToXdgOnlyWithoutAnyMozillaEntry) {
     TempDir dir;
-    PlatformOptions o;
-    o.layout = Layout::Linux;
-    o.home = dir / "home";
-    o.root = dir / "root";
+    PlatformOptions o = tpc::test::fakePlatformOptions(Layout::Linux, dir.path());
     const Platform platform(o);
     const BrowserLocations p(platform);
     EXPECT_EQ(p.firefoxProfilesFolder(), dir / "home/.config/mozilla/firefox");

@@ -4,6 +4,8 @@
 
 #include "support/TempDir.h"
 
+#include "support/FakePlatform.h"
+
 #include <gtest/gtest.h>
 
 namespace tpc::browsers {
@@ -63,10 +65,7 @@ TEST(FirefoxProfilesTest, IniAbsoluteProfilePath) {
 
 TEST(FirefoxProfilesTest, LinuxPlatformFindsProfileAndCache) {
     TempDir dir;
-    PlatformOptions o;
-    o.layout = Layout::Linux;
-    o.home = dir / "home";
-    o.root = dir / "root";
+    PlatformOptions o = tpc::test::fakePlatformOptions(Layout::Linux, dir.path());
     const Platform platform(o);
     const BrowserLocations p(platform);
     auto home = dir / "home";
@@ -92,10 +91,7 @@ TEST(FirefoxProfilesTest, LinuxPlatformFindsProfileAndCache) {
 
 TEST(FirefoxProfilesTest, MacosPlatformUsesTheDefaultRule) {
     TempDir dir;
-    PlatformOptions o;
-    o.layout = Layout::MacOS;
-    o.home = dir / "home";
-    o.root = dir / "root";
+    PlatformOptions o = tpc::test::fakePlatformOptions(Layout::MacOS, dir.path());
     const Platform platform(o);
     const BrowserLocations p(platform);
     auto profiles = dir / "home/Library/Application Support/Firefox/Profiles";

@@ -7,6 +7,8 @@
 #include "core/Keys.h"
 #include "core/Record.h"
 
+#include "support/FakePlatform.h"
+
 #include <gtest/gtest.h>
 
 namespace tpc::test::driver {
@@ -54,10 +56,8 @@ TEST(LinuxInstallsTest, MacosOffersNoNewRows) {
 
 TEST(LinuxInstallsTest, AFlatpakNeedsBothItsAppFolderAndItsExportedLauncher) {
     TempDir dir;
-    platform::PlatformOptions o;
-    o.layout = platform::Layout::Linux;
-    o.home = dir / "home";
-    o.root = dir / "root";
+    platform::PlatformOptions o =
+        tpc::test::fakePlatformOptions(platform::Layout::Linux, dir.path());
     const platform::Platform platform(o);
     const BrowserLocations p(platform);
 
