@@ -1,5 +1,7 @@
 #include "browsers/BrowserCatalogue.h"
 
+#include "browsers/ItemRunner.h"
+
 #include "core/Keys.h"
 #include "core/SizeText.h"
 
@@ -9,77 +11,14 @@ namespace {
 
 using platform::Layout;
 
-const std::vector<std::string> kChromeItems = {
-    "Internet History", "Internet Cache", "Cookies",
-    "Current Session",  "Current Tabs",   "Saved Form Information",
-    "Saved Passwords",  "Last Session",   "Last Tabs",
-    "Site Icons",       "Top Sites",      "Auto Quit Chrome"};
-
-const std::vector<std::string> kChromeScanOrder = {
-    "Cookies",         "Internet History", "Internet Cache",
-    "Current Session", "Current Tabs",     "Saved Form Information",
-    "Saved Passwords", "Last Session",     "Last Tabs",
-    "Site Icons",      "Top Sites"};
-
-CatalogueEntry safari() {
-    return {
-        "Safari",
-        Browser::Safari,
-        0,
-        {"Internet History", "Internet Cache", "Cookies", "Download History", "Auto Quit Safari"},
-        {"Cookies", "Internet History", "Internet Cache", "Download History"},
-        5};
-}
-
-CatalogueEntry firefox() {
-    return {"Firefox",
-            Browser::Firefox,
-            0,
-            {"Internet History", "Internet Cache", "Cookies", "Download History",
-             "Saved Form Information", "Saved Passwords", "Sessions", "Site Preferences",
-             "Application Cache", "Auto Quit Firefox"},
-            {"Cookies", "Internet History", "Download History", "Saved Form Information",
-             "Saved Passwords", "Site Preferences", "Sessions", "Internet Cache",
-             "Application Cache"},
-            10};
-}
-
-CatalogueEntry googleChrome() {
-    return {"Google Chrome", Browser::GoogleChrome, 0, kChromeItems, kChromeScanOrder, 12};
-}
-
-// Another Chrome-family browser: Google Chrome's items and weight, its own auto-quit item.
-CatalogueEntry chromeFamily(const std::string& name, Browser browser) {
-    CatalogueEntry e{name, browser, 0, kChromeItems, kChromeScanOrder, 12};
-    e.items.back() = "Auto Quit " + name;
-    return e;
-}
-
-CatalogueEntry opera() {
-    // Opera weighs 9 on the progress bar although it has eleven items.
-    return {"Opera",
-            Browser::Opera,
-            0,
-            {"Internet History", "Internet Cache", "Cookies", "Download History",
-             "Saved Form Information", "Saved Passwords", "Sessions", "Application Cache", "Stash",
-             "Thumbnails", "Auto Quit Opera"},
-            {"Cookies", "Internet History", "Download History", "Saved Form Information",
-             "Saved Passwords", "Sessions", "Internet Cache", "Application Cache", "Stash",
-             "Thumbnails"},
-            9};
-}
-
-// The linux layout's row of a browser: "Site Storage" before the auto-quit item, counted last.
-CatalogueEntry withSiteStorage(CatalogueEntry e) {
-    e.items.insert(e.items.end() - 1, "Site Storage");
-    e.scanOrder.push_back("Site Storage");
-    return e;
-}
-
-std::vector<CatalogueEntry> numbered(std::vector<CatalogueEntry> entries) {
-    std::int64_t position = 0;
-    for (auto& e : entries)
-        e.position = ++position;
+std::vector<CatalogueEntry> catalogueOf(Layout layout, std::initializer_list<Browser> browsers) {
+    std::vector<CatalogueEntry> entries;
+    for (const auto browser : browsers) {
+        const auto& def = browserDef(browser);
+        entries.push_back({def.name, browser, static_cast<std::int64_t>(entries.size() + 1),
+                           ItemRunner::descriptions(def, layout),
+                           ItemRunner::scanOrder(def, layout), def.progressWeight});
+    }
     return entries;
 }
 
@@ -97,14 +36,11 @@ core::DictRef makeRecord(const std::string& description, std::int64_t position) 
 } // namespace
 
 const std::vector<CatalogueEntry>& browserCatalogue(Layout layout) {
-    static const std::vector<CatalogueEntry> mac =
-        numbered({safari(), firefox(), googleChrome(), opera()});
-    static const std::vector<CatalogueEntry> linux = numbered(
-        {safari(), withSiteStorage(firefox()), withSiteStorage(googleChrome()),
-         withSiteStorage(chromeFamily("Chromium", Browser::Chromium)),
-         withSiteStorage(chromeFamily("Brave", Browser::Brave)),
-         withSiteStorage(chromeFamily("Vivaldi", Browser::Vivaldi)),
-         withSiteStorage(chromeFamily("Microsoft Edge", Browser::MicrosoftEdge)), opera()});
+    static const auto mac = catalogueOf(
+        Layout::MacOS, {Browser::Safari, Browser::Firefox, Browser::GoogleChrome, Browser::Opera});
+    static const auto linux = catalogueOf(
+        Layout::Linux, {Browser::Safari, Browser::Firefox, Browser::GoogleChrome, Browser::Chromium,
+                        Browser::Brave, Browser::Vivaldi, Browser::MicrosoftEdge, Browser::Opera});
     return layout == Layout::Linux ? linux : mac;
 }
 

@@ -16,14 +16,11 @@
 
 namespace tpc::browsers {
 
-class SafariCleaner;
-class FirefoxCleaner;
-class ChromeCleaner;
-class OperaCleaner;
+class ItemRunner;
 
 // One browser as the catalogue sees it.
 struct BrowserEntry {
-    std::string name; // "Safari", "Firefox", "Google Chrome", "Chromium", "Opera"
+    std::string name; // "Safari", "Firefox", "Google Chrome", "Chromium", "Opera", ...
     Browser browser;
     CookieBrowser cookieBrowser;
     std::vector<std::string> items; // sub item descriptions, in catalogue order
@@ -45,14 +42,8 @@ public:
     const std::vector<BrowserEntry>& entries() const { return entries_; }
     // By name (case-sensitive, as the lists show it); nullptr when unknown.
     const BrowserEntry* find(const std::string& name) const;
-
-    SafariCleaner& safari() { return *safari_; }
-    FirefoxCleaner& firefox() { return *firefox_; }
-    ChromeCleaner& chrome() { return *chrome_; }
-    ChromeCleaner& chromium() { return *chromium_; }
-    // Any Chrome-family browser's cleaner (nullptr outside the family).
-    ChromeCleaner* chromeFamily(Browser browser);
-    OperaCleaner& opera() { return *opera_; }
+    // The runner of a browser the layout offers; nullptr otherwise.
+    const ItemRunner* runner(Browser browser) const;
 
     // Every browser's cookie delete list from its store (at start-up and after a clean).
     void refreshAllCookieLists();
@@ -63,13 +54,7 @@ public:
 private:
     BusyStores busy_;
     CleanerEnv env_;
-    std::unique_ptr<SafariCleaner> safari_;
-    std::unique_ptr<FirefoxCleaner> firefox_;
-    std::unique_ptr<ChromeCleaner> chrome_;
-    std::unique_ptr<ChromeCleaner> chromium_;
-    // Brave, Vivaldi, Microsoft Edge.
-    std::vector<std::unique_ptr<ChromeCleaner>> otherChromeFamily_;
-    std::unique_ptr<OperaCleaner> opera_;
+    std::vector<std::unique_ptr<ItemRunner>> runners_;
     std::vector<BrowserEntry> entries_;
 };
 

@@ -9,7 +9,7 @@
 #include "apps/AppsHarness.h"
 #include "browsers/BrowserLocations.h"
 #include "browsers/CookieLists.h"
-#include "browsers/chrome/ChromeCleaner.h"
+#include "browsers/ItemRunner.h"
 #include "core/GeneralPrefs.h"
 #include "core/Settings.h"
 #include "erase/Deleter.h"
@@ -207,14 +207,14 @@ TEST_F(Torture, TheChromiumCacheCleanEmptiesOnlyTheCacheFolder) {
     Engine e(0);
     core::Settings settings(dir / "settings", e.log, e.clock);
     browsers::CookieLists cookies(settings, e.log);
-    browsers::ChromeCleaner chromium({platform, e.deleter, cookies, e.log},
-                                     browsers::Browser::Chromium);
+    browsers::ItemRunner chromium({platform, e.deleter, cookies, e.log},
+                                  browsers::chromeFamilyDef(browsers::Browser::Chromium));
 
     const auto cache =
         target(browsers::BrowserLocations(platform).chromeCache(browsers::Browser::Chromium));
-    EXPECT_EQ(static_cast<std::size_t>(chromium.countChromeCaches().count),
+    EXPECT_EQ(static_cast<std::size_t>(chromium.count("Internet Cache")->count),
               leftovers(cache).size());
-    chromium.deleteChromeCaches();
+    chromium.remove("Internet Cache");
     expectRemoved(cache, true);
 }
 

@@ -1,13 +1,34 @@
 #include "browsers/firefox/FirefoxHistory.h"
 
-#include "browsers/firefox/FirefoxStores.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <unordered_map>
 #include <unordered_set>
 
 namespace tpc::browsers::firefox {
+
+namespace {
+
+// The estimated size of one row of `result` (each cell by its column's declared type).
+std::uint32_t rowSize(const SQLiteResult& result, const SQLiteRow& row) {
+    static const std::string noType;
+    const auto& types = result.columnTypes();
+    std::uint32_t size = 0;
+    for (std::size_t i = 0; i < row.size(); ++i)
+        size += static_cast<std::uint32_t>(
+            determineSQLiteEntrySize(row[i], i < types.size() ? types[i] : noType));
+    return size;
+}
+
+// Decimal integer text ("12", "-3"): the only kind of row id ever written into SQL text.
+bool isIntegerText(const std::string& text) {
+    const std::size_t start = !text.empty() && text[0] == '-' ? 1 : 0;
+    return text.size() > start && text.size() <= 20 &&
+           std::all_of(text.begin() + static_cast<std::ptrdiff_t>(start), text.end(),
+                       [](char ch) { return ch >= '0' && ch <= '9'; });
+}
+
+} // namespace
 
 namespace {
 
@@ -116,7 +137,8 @@ HistoryPlan planFirefoxHistory(const PlacesTables& tables) {
     }
 
     plan.hasVisits = !tables.visits.rows().empty();
-    plan.count = pair32(static_cast<std::int64_t>(tables.visits.rows().size()), size);
+    plan.count = {static_cast<std::int64_t>(tables.visits.rows().size()),
+                  static_cast<std::int32_t>(size)};
     return plan;
 }
 

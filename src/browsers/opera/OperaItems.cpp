@@ -1,49 +1,172 @@
-// The Opera rows of the browser catalogue, by "Description", and their operations.
+// Opera: the Chrome family's stores in one data folder (no profile level), counted on fewer
+// tables than are emptied, plus the session database, the stash and the thumbnails database.
 
-#include "browsers/ItemTable.h"
-#include "browsers/opera/OperaCleaner.h"
+#include "browsers/ItemRunner.h"
+#include "erase/Deleter.h"
+#include "fs/Entries.h"
 
 namespace tpc::browsers {
 
+namespace fs = std::filesystem;
+using stores::TableRows;
+
 namespace {
 
-// The catalogue rows in order; "Site Preferences" is wired although no Opera row has it.
-const ItemOperations<OperaCleaner> kOperaItems[] = {
-    {"Internet History", &OperaCleaner::countOperaInternetHistory,
-     &OperaCleaner::deleteOperaInternetHistory},
-    {"Internet Cache", &OperaCleaner::countOperaInternetCaches,
-     &OperaCleaner::deleteOperaInternetCaches},
-    {"Cookies", &OperaCleaner::countOperaCookies, &OperaCleaner::deleteOperaCookies},
-    {"Download History", &OperaCleaner::countOperaDownloadHistory,
-     &OperaCleaner::deleteOperaDownloadHistory},
-    {"Saved Form Information", &OperaCleaner::countOperaFormHistory,
-     &OperaCleaner::deleteOperaFormHistory},
-    {"Saved Passwords", &OperaCleaner::countOperaSignOns, &OperaCleaner::deleteOperaSignons},
-    {"Sessions", &OperaCleaner::countOperaSessions, &OperaCleaner::deleteOperaSessions},
-    {"Application Cache", &OperaCleaner::countOperaAppCaches, &OperaCleaner::deleteOperaAppCaches},
-    {"Stash", &OperaCleaner::countOperaStash, &OperaCleaner::deleteOperaStash},
-    {"Thumbnails", &OperaCleaner::countOperaThumbs, &OperaCleaner::deleteOperaThumbs},
-    {"Auto Quit Opera", nullptr, &OperaCleaner::quitOpera},
-};
+std::vector<TableRows> operaTables(std::initializer_list<const char*> names) {
+    std::vector<TableRows> rows;
+    for (const char* name : names)
+        rows.push_back({name});
+    return rows;
+}
 
-const ItemOperations<OperaCleaner> kSitePreferences[] = {
-    {"Site Preferences", &OperaCleaner::countOperaSitePrefs, &OperaCleaner::deleteOperaSitePrefs}};
+Step operaTables(const char* store, std::vector<TableRows> count, std::vector<TableRows> remove,
+                 SqlMode sql) {
+    Step step{StepKind::Tables};
+    step.paths = {store};
+    step.count = std::move(count);
+    step.remove = std::move(remove);
+    step.sql = sql;
+    return step;
+}
 
-const ItemTable<OperaCleaner> kOperaTable(kOperaItems, kSitePreferences);
+// The windows, sized with both session tables; nothing unless both answer.
+Step operaSessionCount() {
+    Step step{StepKind::Custom};
+    step.removes = false;
+    step.countFn = [](const StepContext& c) {
+        const auto store = c.place.profile / "session.db";
+        if (!tpc::fs::isRegularFileNoFollow(store))
+            return CountPair{};
+        SQLite db;
+        db.setfileName("session.db");
+        db.setfilePath(store.string());
+        SQLiteResult windows, attrs;
+        const auto pair = db.countRows("SELECT * FROM windows;", &windows);
+        const auto attrsPair = db.countRows("SELECT * FROM window_attrs;", &attrs);
+        if (!windows.ok() || !attrs.ok())
+            return CountPair{};
+        return add32(pair, {0, attrsPair.size});
+    };
+    return step;
+}
+
+// Firefox's site preferences, in the Firefox profile; no Opera row shows them.
+std::optional<fs::path> firefoxPrefsProfile(const CleanerEnv& env) {
+    auto profile = env.locations().firefoxProfile();
+    return profile && tpc::fs::isFolderFollowingLinks(*profile) ? profile : std::nullopt;
+}
+
+Step firefoxSitePrefs() {
+    Step step{StepKind::Custom};
+    step.countFn = [](const StepContext& c) {
+        auto profile = firefoxPrefsProfile(c.env);
+        return profile ? items::countSelects(*profile / "content-prefs.sqlite",
+                                             {"SELECT * FROM prefs;"})
+                       : CountPair{};
+    };
+    step.removeFn = [](const StepContext& c) {
+        auto profile = firefoxPrefsProfile(c.env);
+        if (profile)
+            items::runBatch(*profile / "content-prefs.sqlite", {"DELETE FROM prefs"});
+        c.env.cookies.refreshCookiesList(
+            CookieBrowser::Firefox,
+            profile ? items::cookieHosts(*profile / "cookies.sqlite", firefoxDef().cookies)
+                    : std::vector<std::string>{});
+    };
+    return step;
+}
+
+std::vector<Place> operaPlaces(const CleanerEnv& env, Browser) {
+    const auto data = env.locations().operaData();
+    return {{tpc::fs::isFolderFollowingLinks(data) ? data : fs::path(),
+             env.locations().operaWebCache()}};
+}
 
 } // namespace
 
-const std::vector<std::string>& OperaCleaner::itemDescriptions() {
-    static const std::vector<std::string> descriptions = kOperaTable.descriptions();
-    return descriptions;
-}
+const BrowserDef& operaDef() {
+    using enum Layouts;
+    const auto each = SqlMode::EachLogged;
+    const auto quiet = SqlMode::Quiet;
+    static const auto history =
+        operaTables("History", operaTables({"urls", "keyword_search_terms", "segments"}),
+                    operaTables({"urls", "visits", "visit_source", "keyword_search_terms",
+                                 "segments", "segment_usage"}),
+                    each);
+    // Counted only without "History"; emptied with it.
+    static const auto archived = [&] {
+        auto step = operaTables(
+            "Archived History", operaTables({"urls", "keyword_search_terms"}),
+            operaTables({"urls", "visits", "visit_source", "keyword_search_terms"}), each);
+        step.countUnless = "History";
+        return step;
+    }();
+    static const auto sessionRows = [&] {
+        auto step = operaTables("session.db", {}, operaTables({"windows", "window_attrs"}), each);
+        step.counts = false;
+        Step backup{StepKind::Files};
+        backup.paths = {"session.dbak"};
+        backup.counts = false;
+        return std::vector<Step>{operaSessionCount(), step, backup};
+    }();
+    Step webCache{StepKind::Folder, Base::Cache};
+    webCache.paths = {""};
+    Step gpuCache{StepKind::Contents};
+    gpuCache.paths = {"GPUCache"};
+    Step cookies{StepKind::Cookies};
+    cookies.sql = quiet;
 
-std::optional<CountPair> OperaCleaner::countItem(const std::string& description) {
-    return kOperaTable.count(*this, description);
-}
-
-bool OperaCleaner::deleteItem(const std::string& description) {
-    return kOperaTable.remove(*this, description);
+    static const BrowserDef def{
+        "Opera",
+        Browser::Opera,
+        CookieBrowser::Opera,
+        "com.operasoftware.Opera",
+        "Opera",
+        // Opera weighs 9 on the progress bar although it has eleven items.
+        9,
+        {{"Internet History", Both, 1, {history, archived}},
+         {"Internet Cache", Both, 6, {webCache}},
+         {"Cookies", Both, 0, {cookies}},
+         {"Download History",
+          Both,
+          2,
+          {operaTables("History", operaTables({"downloads"}),
+                       operaTables({"downloads", "downloads_url_chains"}), each)}},
+         {"Saved Form Information",
+          Both,
+          3,
+          {operaTables("Web Data",
+                       operaTables({"autofill", "credit_cards", "keywords", "token_service"}),
+                       operaTables({"autofill", "credit_cards", "autofill_dates",
+                                    "autofill_profiles", "autofill_profile_names",
+                                    "autofill_profile_emails", "autofill_profile_phones",
+                                    "autofill_profiles_trash", "keywords", "token_service"}),
+                       quiet)},
+          Refresh::Always},
+         {"Saved Passwords",
+          Both,
+          4,
+          {operaTables("Login Data", operaTables({"logins"}), {}, quiet)},
+          Refresh::Always},
+         {"Sessions", Both, 5, sessionRows},
+         {"Application Cache", Both, 7, {gpuCache}},
+         {"Stash",
+          Both,
+          8,
+          {operaTables("stash.db", operaTables({"stash", "snapshots"}),
+                       operaTables({"stash", "stash_fts_content", "stash_fts_segments",
+                                    "stash_fts_segdir", "snapshots", "task_queue"}),
+                       quiet)},
+          Refresh::Always},
+         {"Thumbnails",
+          Both,
+          9,
+          {operaTables("thumbnails.db", operaTables({"thumbnails"}), {}, quiet)},
+          Refresh::Always},
+         {"Site Preferences", Both, -1, {firefoxSitePrefs()}}},
+        operaPlaces,
+        {{"Cookies", "Network/Cookies"}, "cookies", "host_key"}};
+    return def;
 }
 
 } // namespace tpc::browsers

@@ -10,12 +10,6 @@
 
 namespace tpc::browsers::safari {
 
-CountPair countFolder(const fs::path& folder) {
-    const auto totals = tpc::fs::measureFolderNoFollow(folder.string());
-    const std::uint64_t size = tpc::fs::entrySizeNoFollow(folder) + totals.bytes;
-    return {static_cast<std::int64_t>(totals.count), static_cast<std::int64_t>(size)};
-}
-
 std::optional<FileSnapshot> readSnapshot(const fs::path& path, std::uint64_t limit) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)

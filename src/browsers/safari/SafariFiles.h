@@ -1,9 +1,9 @@
 #pragma once
-// The file side of the Safari cleaner: the recursive count of the cache folder, and reading a
-// file together with what identifies it, so that a rewrite can make sure it replaces the very
-// file it read. Existence and kind tests are the file-system layer's (fs/Entries.h): a store is
-// read or written only when it is a regular file at its own name (isRegularFileNoFollow), so a
-// symbolic link is never mistaken for the store it stands in for.
+// The file side of the Safari cleaner: reading a file together with what identifies it, so that a
+// rewrite can make sure it replaces the very file it read. Existence and kind tests are the
+// file-system layer's (fs/Entries.h): a store is read or written only when it is a regular file at
+// its own name (isRegularFileNoFollow), so a symbolic link is never mistaken for the store it
+// stands in for.
 
 #include "browsers/sqlite/SQLite.h"
 
@@ -16,11 +16,6 @@
 namespace tpc::browsers::safari {
 
 namespace fs = std::filesystem;
-
-// The folder's own size plus, for every entry below it at any depth, 1 and the entry's size
-// (unsigned 64-bit). Links inside are counted as themselves and never followed; a link in the
-// folder's own place counts as nothing below it.
-CountPair countFolder(const fs::path& folder);
 
 // A regular file's bytes and identity, read without following a link at its name.
 struct FileSnapshot {

@@ -2,8 +2,7 @@
 // whose domain is not kept, the host quoted, and nothing at all when the keep lists are unknown.
 
 #include "ChromeHarness.h"
-#include "browsers/chrome/ChromeCleaner.h"
-#include "browsers/chrome/ChromiumCookies.h"
+#include "browsers/ItemRunner.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -16,60 +15,14 @@ using test::BrowserHarness;
 using test::Db;
 using test::insertChromeCookie;
 
-SQLiteResult cookiesResult(const std::vector<std::string>& hosts) {
-    SQLiteResult result;
-    for (const char* name : {"creation_utc", "host_key", "name"})
-        result.addToColumnNames(name);
-    for (const char* type : {"INTEGER", "TEXT", "TEXT"})
-        result.addToColumnTypes(type);
-    for (const auto& host : hosts)
-        result.addToRows({std::string("1"), host, std::string("n")});
-    result.setErrorCode(kSQLiteOK);
-    return result;
-}
-
 std::vector<std::string> hostsIn(Db& db) {
     return db.column("cookies", "host_key");
-}
-
-TEST(ChromiumCookieBatchTest, OneStatementPerCookieRowNotKept) {
-    auto batch = chromium::cookieDeleteBatch(
-        cookiesResult({".a.example", "a.example", ".a.example", "keep.example", ".keep.example"}),
-        [](const std::string& domain) { return domain == "keep.example"; });
-    EXPECT_EQ(batch.statements,
-              (std::vector<std::string>{"DELETE FROM cookies WHERE host_key='.a.example'",
-                                        "DELETE FROM cookies WHERE host_key='a.example'",
-                                        "DELETE FROM cookies WHERE host_key='.a.example'"}));
-    EXPECT_EQ(batch.domains, (std::vector<std::string>{"a.example", "a.example", "a.example"}));
-}
-
-TEST(ChromiumCookieBatchTest, QuotesInHostsAreDoubled) {
-    auto batch = chromium::cookieDeleteBatch(cookiesResult({"it's.example"}),
-                                             [](const std::string&) { return false; });
-    EXPECT_EQ(batch.statements,
-              std::vector<std::string>{"DELETE FROM cookies WHERE host_key='it''s.example'"});
-}
-
-TEST(ChromiumCookieBatchTest, NoHostColumnOrFailedResultGivesNoStatement) {
-    SQLiteResult failed;
-    failed.setErrorCode(kSQLiteStatementFailed);
-    EXPECT_TRUE(chromium::cookieDeleteBatch(failed, [](const std::string&) {
-                    return false;
-                }).statements.empty());
-    SQLiteResult noHost;
-    noHost.addToColumnNames("host");
-    noHost.addToColumnTypes("TEXT");
-    noHost.addToRows({std::string("a.example")});
-    noHost.setErrorCode(kSQLiteOK);
-    EXPECT_TRUE(chromium::cookieDeleteBatch(noHost, [](const std::string&) {
-                    return false;
-                }).statements.empty());
 }
 
 class ChromeCookiesTest : public ::testing::Test {
 protected:
     BrowserHarness h;
-    ChromeCleaner chrome{h.env(), Browser::GoogleChrome};
+    ItemRunner chrome{h.env(), chromeFamilyDef(Browser::GoogleChrome)};
     Db cookies{h.chromeProfile() / "Cookies"};
 
     void SetUp() override { cookies.exec(test::schema::kCookies); }
@@ -78,7 +31,7 @@ protected:
 TEST_F(ChromeCookiesTest, CountsRowsAndCellSizes) {
     insertChromeCookie(cookies, ".a.example", "sid");
     insertChromeCookie(cookies, "b.example", "x");
-    EXPECT_EQ(chrome.countChromeCookies(),
+    EXPECT_EQ(chrome.count("Cookies").value(),
               (CountPair{2, test::chromeCookieSize(".a.example", "sid") +
                                 test::chromeCookieSize("b.example", "x")}));
 }
@@ -92,7 +45,7 @@ TEST_F(ChromeCookiesTest, DeletesEveryCookieOfHostsNotKept) {
     insertChromeCookie(cookies, "sub.keep.example", "k");
     h.cookies->keep(CookieBrowser::Chrome, "keep.example");
 
-    chrome.deleteChromeCookies();
+    chrome.remove("Cookies");
 
     EXPECT_EQ(hostsIn(cookies), (std::vector<std::string>{".keep.example", "keep.example"}));
     // The delete list is rebuilt from what the store still holds, kept domains left out.
@@ -110,7 +63,7 @@ TEST_F(ChromeCookiesTest, AHostWithAQuoteIsDeletedAloneWithoutFailure) {
     h.cookies->keep(CookieBrowser::Chrome, "x' OR '1'='1");
 
     // Only the quoted host is not kept: exactly its cookie goes.
-    chrome.deleteChromeCookies();
+    chrome.remove("Cookies");
     EXPECT_EQ(hostsIn(cookies),
               (std::vector<std::string>{"its.example", "x' OR '1'='1", "s.example"}));
 }
@@ -120,9 +73,9 @@ TEST_F(ChromeCookiesTest, UnreadableKeepListsDeleteNoCookie) {
     insertChromeCookie(cookies, "b.example", "two");
     h.reloadCookiesFrom("this is not a property list");
     ASSERT_FALSE(h.cookies->cookieDeletesAllowed());
-    ChromeCleaner cleaner(h.env(), Browser::GoogleChrome);
+    ItemRunner cleaner{h.env(), chromeFamilyDef(Browser::GoogleChrome)};
 
-    cleaner.deleteChromeCookies();
+    cleaner.remove("Cookies");
 
     EXPECT_EQ(cookies.rows("cookies"), 2);
     auto lines = h.log.lines();
@@ -140,11 +93,11 @@ TEST_F(ChromeCookiesTest, NetworkCookiesAreFoundBesideTheOldStore) {
     insertChromeCookie(network, "keep.example", "c");
     h.cookies->keep(CookieBrowser::Chrome, "keep.example");
 
-    EXPECT_EQ(chrome.countChromeCookies(),
+    EXPECT_EQ(chrome.count("Cookies").value(),
               (CountPair{3, test::chromeCookieSize("old.example", "a") +
                                 test::chromeCookieSize(".new.example", "b") +
                                 test::chromeCookieSize("keep.example", "c")}));
-    chrome.deleteChromeCookies();
+    chrome.remove("Cookies");
     EXPECT_EQ(cookies.rows("cookies"), 0);
     EXPECT_EQ(hostsIn(network), std::vector<std::string>{"keep.example"});
 }
@@ -154,9 +107,9 @@ TEST_F(ChromeCookiesTest, OnlyNetworkCookies) {
     Db network(h.chromeProfile() / "Network/Cookies");
     network.exec(test::schema::kCookies);
     insertChromeCookie(network, "a.example", "b");
-    EXPECT_EQ(chrome.countChromeCookies(),
+    EXPECT_EQ(chrome.count("Cookies").value(),
               (CountPair{1, test::chromeCookieSize("a.example", "b")}));
-    chrome.deleteChromeCookies();
+    chrome.remove("Cookies");
     EXPECT_EQ(network.rows("cookies"), 0);
     EXPECT_FALSE(fs::exists(h.chromeProfile() / "Cookies"));
 }
@@ -168,7 +121,7 @@ TEST_F(ChromeCookiesTest, RefreshListsTheStoreDomainsOnce) {
     insertChromeCookie(cookies, "keep.example", "4");
     h.cookies->keep(CookieBrowser::Chrome, "keep.example");
 
-    chrome.refreshChromeCookiesList();
+    chrome.refreshCookies();
     EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Chrome),
               (std::vector<std::string>{"A.example", "b.example"}));
     EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Opera).empty());
@@ -182,17 +135,17 @@ TEST_F(ChromeCookiesTest, ChromiumUsesItsOwnStoreAndTheChromeLists) {
     insertChromeCookie(chromiumCookies, "keep.example", "chromium");
     h.cookies->keep(CookieBrowser::Chrome, "keep.example");
 
-    ChromeCleaner chromium(h.env(), Browser::Chromium);
-    chromium.deleteChromeCookies();
+    ItemRunner chromium{h.env(), chromeFamilyDef(Browser::Chromium)};
+    chromium.remove("Cookies");
     EXPECT_EQ(hostsIn(chromiumCookies), std::vector<std::string>{"keep.example"});
     EXPECT_EQ(hostsIn(cookies), std::vector<std::string>{"a.example"});
 }
 
 TEST(ChromeCookiesMissingTest, NoProfileCountsNothingAndDeletesNothing) {
     BrowserHarness h;
-    ChromeCleaner chrome(h.env(), Browser::GoogleChrome);
-    EXPECT_EQ(chrome.countChromeCookies(), CountPair{});
-    chrome.deleteChromeCookies();
+    ItemRunner chrome{h.env(), chromeFamilyDef(Browser::GoogleChrome)};
+    EXPECT_EQ(chrome.count("Cookies").value(), CountPair{});
+    chrome.remove("Cookies");
     EXPECT_FALSE(fs::exists(h.chromeProfile()));
 }
 

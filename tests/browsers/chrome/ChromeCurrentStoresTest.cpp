@@ -5,7 +5,7 @@
 
 #include "ChromeHarness.h"
 #include "browsers/BusyStores.h"
-#include "browsers/chrome/ChromeCleaner.h"
+#include "browsers/ItemRunner.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ protected:
     BrowserHarness h;
     BusyStores busy;
     CleanerEnv env = withBusy(h.env());
-    ChromeCleaner chromium{env, Browser::Chromium};
+    ItemRunner chromium{env, chromeFamilyDef(Browser::Chromium)};
 
     CleanerEnv withBusy(CleanerEnv e) {
         e.busy = &busy;
@@ -58,9 +58,9 @@ protected:
 TEST_F(ChromeCurrentStoresTest, HistoryLeavesNoVisitedPageInAnyStore) {
     fillHistory();
     // urls, visits, visited_links, both annotations, the icon mapping, a bounce and a popup.
-    EXPECT_EQ(chromium.countItem("Internet History")->count, 8);
+    EXPECT_EQ(chromium.count("Internet History")->count, 8);
 
-    chromium.deleteItem("Internet History");
+    chromium.remove("Internet History");
     Db history(store("History"));
     for (const auto* table :
          {"urls", "visits", "visited_links", "content_annotations", "context_annotations"})
@@ -72,7 +72,7 @@ TEST_F(ChromeCurrentStoresTest, HistoryLeavesNoVisitedPageInAnyStore) {
     Db dips(store("DIPS"));
     EXPECT_EQ(dips.rows("bounces") + dips.rows("popups"), 0);
     EXPECT_EQ(dips.rows("config"), 1);
-    EXPECT_EQ(chromium.countItem("Internet History")->count, 0);
+    EXPECT_EQ(chromium.count("Internet History")->count, 0);
     EXPECT_TRUE(h.log.lines().empty());
 }
 
@@ -85,9 +85,9 @@ TEST_F(ChromeCurrentStoresTest, FormDataTakesAddressesAndKeepsTheSearchEngines) 
              "INSERT INTO keywords(id,short_name,keyword,favicon_url,url) VALUES(2,'Search',"
              "'s.example','','https://s.example/?q={searchTerms}');"
              "INSERT INTO token_service VALUES('sync',X'01');");
-    EXPECT_EQ(chromium.countChromeSavedFormInformation().count, 3);
+    EXPECT_EQ(chromium.count("Saved Form Information").value().count, 3);
 
-    chromium.deleteChromeSavedFormInformation();
+    chromium.remove("Saved Form Information");
     EXPECT_EQ(web.rows("autofill") + web.rows("addresses") + web.rows("address_type_tokens"), 0);
     EXPECT_EQ(web.rows("keywords"), 1);
     EXPECT_EQ(web.rows("token_service"), 1);
@@ -101,8 +101,8 @@ TEST_F(ChromeCurrentStoresTest, PasswordsEmptyBothLoginStoresWithTheirStatistics
                     "'','https://a.example/',1,1,13300000000000000,0,0);"
                     "INSERT INTO stats VALUES('a.example','me',1,13300000000000000);");
     }
-    EXPECT_EQ(chromium.countChromeSavedPasswords().count, 4);
-    chromium.deleteChromeSavedPasswords();
+    EXPECT_EQ(chromium.count("Saved Passwords").value().count, 4);
+    chromium.remove("Saved Passwords");
     for (const auto* name : {"Login Data", "Login Data For Account"}) {
         Db logins(store(name));
         EXPECT_EQ(logins.rows("logins") + logins.rows("stats"), 0) << name;
@@ -115,16 +115,16 @@ TEST_F(ChromeCurrentStoresTest, TheNewestSessionFileIsCurrentAndTheOthersAreLast
     writeFile(store("Sessions/Session_13300000000000002"), "newer");
     writeFile(store("Sessions/Tabs_13300000000000002"), "tabs");
     writeFile(store("Sessions_Encrypted/Session_13300000000000003"), "enc");
-    EXPECT_EQ(chromium.countChromeCurrentSession(), (CountPair{2, 5 + 3}));
-    EXPECT_EQ(chromium.countChromeLastSession(), (CountPair{1, 3}));
-    EXPECT_EQ(chromium.countChromeCurrentTabs(), (CountPair{1, 4}));
-    EXPECT_EQ(chromium.countChromeLastTabs(), CountPair{});
+    EXPECT_EQ(chromium.count("Current Session").value(), (CountPair{2, 5 + 3}));
+    EXPECT_EQ(chromium.count("Last Session").value(), (CountPair{1, 3}));
+    EXPECT_EQ(chromium.count("Current Tabs").value(), (CountPair{1, 4}));
+    EXPECT_EQ(chromium.count("Last Tabs").value(), CountPair{});
 
-    chromium.deleteChromeLastSession();
+    chromium.remove("Last Session");
     EXPECT_FALSE(fs::exists(store("Sessions/Session_13300000000000001")));
     EXPECT_TRUE(fs::exists(store("Sessions/Session_13300000000000002")));
-    chromium.deleteChromeCurrentSession();
-    chromium.deleteChromeCurrentTabs();
+    chromium.remove("Current Session");
+    chromium.remove("Current Tabs");
     EXPECT_TRUE(fs::is_empty(store("Sessions")));
     EXPECT_TRUE(fs::is_empty(store("Sessions_Encrypted")));
 }
@@ -134,8 +134,8 @@ TEST_F(ChromeCurrentStoresTest, ALockedStoreIsReportedAndNeitherCountedNorCleane
     Db holder(store("History"));
     holder.exec("BEGIN EXCLUSIVE; UPDATE meta SET value = '71';");
 
-    EXPECT_EQ(chromium.countItem("Internet History")->count, 3); // the other two stores
-    chromium.deleteItem("Internet History");
+    EXPECT_EQ(chromium.count("Internet History")->count, 3); // the other two stores
+    chromium.remove("Internet History");
     holder.exec("ROLLBACK;");
 
     const auto path = store("History").string();

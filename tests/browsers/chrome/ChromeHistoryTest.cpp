@@ -2,7 +2,7 @@
 // counted table by table and emptied one batch per file.
 
 #include "ChromeHarness.h"
-#include "browsers/chrome/ChromeCleaner.h"
+#include "browsers/ItemRunner.h"
 
 #include <gtest/gtest.h>
 
@@ -59,13 +59,13 @@ long long indexRows(Db& db) {
 class ChromeHistoryTest : public ::testing::Test {
 protected:
     BrowserHarness h;
-    ChromeCleaner chrome{h.env(), Browser::GoogleChrome};
+    ItemRunner chrome{h.env(), chromeFamilyDef(Browser::GoogleChrome)};
 };
 
 TEST_F(ChromeHistoryTest, HistoryAloneCountsItsEightTables) {
     Db db(h.chromeProfile() / "History");
     fillHistory(db);
-    EXPECT_EQ(chrome.countChromeHistory(), kHistoryPair);
+    EXPECT_EQ(chrome.count("Internet History").value(), kHistoryPair);
 }
 
 TEST_F(ChromeHistoryTest, ArchivedHistoryAndIndexFilesAddToTheCount) {
@@ -79,7 +79,7 @@ TEST_F(ChromeHistoryTest, ArchivedHistoryAndIndexFilesAddToTheCount) {
     fillHistoryIndex(april);
     april.exec("INSERT INTO info VALUES(13300000000000001, 2);");
 
-    auto pair = chrome.countChromeHistory();
+    auto pair = chrome.count("Internet History").value();
     EXPECT_EQ(pair.count,
               kHistoryPair.count + kArchivedPair.count + indexRows(march) + indexRows(april));
     // Each index adds its cells: at least the two info rows' 8 + 4 bytes each.
@@ -96,18 +96,20 @@ TEST_F(ChromeHistoryTest, DeleteEmptiesEveryFileAndKeepsOtherTables) {
     Db april(h.chromeProfile() / "History Index 2013-04");
     fillHistoryIndex(april);
 
-    chrome.deleteChromeHistory();
+    chrome.remove("Internet History");
 
-    for (const auto& table : ChromeCleaner::historyTables())
+    for (const auto& table :
+         std::vector<std::string>{"urls", "visits", "visit_source", "keyword_search_terms",
+                                  "downloads", "downloads_url_chains", "segments", "segment_usage"})
         EXPECT_EQ(history.rows(table), 0) << table;
-    for (const auto& table : ChromeCleaner::archivedHistoryTables())
+    for (const auto& table : {"urls", "visits", "visit_source", "keyword_search_terms"})
         EXPECT_EQ(archived.rows(table), 0) << table;
     for (auto* index : {&march, &april})
-        for (const auto& table : ChromeCleaner::historyIndexTables())
+        for (const auto& table : {"pages_content", "pages_segments", "pages_segdir", "info"})
             EXPECT_EQ(index->rows(table), 0) << table;
     EXPECT_EQ(history.rows("meta"), 1);
     EXPECT_TRUE(h.failedQueryLines().empty());
-    EXPECT_EQ(chrome.countChromeHistory(), CountPair{});
+    EXPECT_EQ(chrome.count("Internet History").value(), CountPair{});
 }
 
 TEST_F(ChromeHistoryTest, IndexJournalsAreNotTakenForDatabases) {
@@ -117,8 +119,8 @@ TEST_F(ChromeHistoryTest, IndexJournalsAreNotTakenForDatabases) {
     // SQLite, which rolls it back when the database is opened).
     test::writeFile(h.chromeProfile() / "History Index 2013-05-journal", "journal bytes");
 
-    EXPECT_EQ(chrome.countChromeHistory().count, indexRows(march));
-    chrome.deleteChromeHistory();
+    EXPECT_EQ(chrome.count("Internet History").value().count, indexRows(march));
+    chrome.remove("Internet History");
     EXPECT_TRUE(h.failedQueryLines().empty());
     EXPECT_EQ(test::readFile(h.chromeProfile() / "History Index 2013-05-journal"), "journal bytes");
 }
@@ -128,9 +130,9 @@ TEST_F(ChromeHistoryTest, HistoryWithoutSegmentUsageCountsAndEmptiesTheOthersQui
     fillHistory(history);
     history.exec("DROP TABLE segment_usage;");
 
-    EXPECT_EQ(chrome.countChromeHistory(), (CountPair{10, kHistoryPair.size - 20}));
+    EXPECT_EQ(chrome.count("Internet History").value(), (CountPair{10, kHistoryPair.size - 20}));
 
-    chrome.deleteChromeHistory();
+    chrome.remove("Internet History");
     for (const auto& table : {"urls", "visits", "visit_source", "keyword_search_terms", "downloads",
                               "downloads_url_chains", "segments"})
         EXPECT_EQ(history.rows(table), 0) << table;
@@ -143,14 +145,14 @@ TEST_F(ChromeHistoryTest, AMissingMiddleTableLeavesTheBatchCodeToTheLastStatemen
     fillHistory(history);
     history.exec("DROP TABLE visit_source;");
 
-    chrome.deleteChromeHistory();
+    chrome.remove("Internet History");
     EXPECT_EQ(history.rows("segment_usage"), 0);
     EXPECT_TRUE(h.failedQueryLines().empty());
 }
 
 TEST_F(ChromeHistoryTest, MissingProfileCountsNothingAndCreatesNothing) {
-    EXPECT_EQ(chrome.countChromeHistory(), CountPair{});
-    chrome.deleteChromeHistory();
+    EXPECT_EQ(chrome.count("Internet History").value(), CountPair{});
+    chrome.remove("Internet History");
     EXPECT_FALSE(fs::exists(h.chromeProfile()));
     EXPECT_TRUE(h.log.lines().empty());
 }
@@ -162,19 +164,18 @@ TEST_F(ChromeHistoryTest, ChromiumIsCleanedBySameCodeInItsOwnProfile) {
     fillHistory(chromiumHistory);
     chromiumHistory.exec("DELETE FROM visits WHERE id = 3;");
 
-    ChromeCleaner chromium(h.env(), Browser::Chromium);
-    EXPECT_EQ(chromium.countChromeHistory(),
+    ItemRunner chromium{h.env(), chromeFamilyDef(Browser::Chromium)};
+    EXPECT_EQ(chromium.count("Internet History").value(),
               (CountPair{kHistoryPair.count - 1, kHistoryPair.size - 32}));
-    chromium.deleteChromeHistory();
+    chromium.remove("Internet History");
     EXPECT_EQ(chromiumHistory.rows("urls"), 0);
     EXPECT_EQ(chromeHistory.rows("urls"), 2);
-    EXPECT_EQ(chrome.countChromeHistory(), kHistoryPair);
+    EXPECT_EQ(chrome.count("Internet History").value(), kHistoryPair);
 }
 
-TEST(ChromeCleanerTest, OnlyChromeFamilyBrowsersAreAccepted) {
-    BrowserHarness h;
-    EXPECT_THROW(ChromeCleaner(h.env(), Browser::Opera), std::invalid_argument);
-    EXPECT_THROW(ChromeCleaner(h.env(), Browser::Firefox), std::invalid_argument);
+TEST(ChromeFamilyTest, OnlyChromeFamilyBrowsersHaveItsRows) {
+    EXPECT_THROW(chromeFamilyDef(Browser::Opera), std::invalid_argument);
+    EXPECT_THROW(chromeFamilyDef(Browser::Firefox), std::invalid_argument);
 }
 
 } // namespace

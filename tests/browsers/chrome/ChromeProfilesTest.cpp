@@ -3,7 +3,7 @@
 // cleaned, and nothing beside the profiles is touched.
 
 #include "ChromeHarness.h"
-#include "browsers/chrome/ChromeCleaner.h"
+#include "browsers/ItemRunner.h"
 
 #include <gtest/gtest.h>
 
@@ -45,12 +45,12 @@ TEST_F(ChromeProfilesTest, EveryProfileIsCountedAndCleanedAndNothingElse) {
     writeFile(data / "Profile 3/Current Session", "123");
     writeFile(data / "Local State", "{}");
 
-    ChromeCleaner chromium(h.env(), Browser::Chromium);
-    EXPECT_EQ(chromium.countChromeSavedPasswords().count, 5);
-    EXPECT_EQ(chromium.countChromeCurrentSession(), (CountPair{2, 8}));
+    ItemRunner chromium{h.env(), chromeFamilyDef(Browser::Chromium)};
+    EXPECT_EQ(chromium.count("Saved Passwords").value().count, 5);
+    EXPECT_EQ(chromium.count("Current Session").value(), (CountPair{2, 8}));
 
-    chromium.deleteChromeSavedPasswords();
-    chromium.deleteChromeCurrentSession();
+    chromium.remove("Saved Passwords");
+    chromium.remove("Current Session");
     EXPECT_EQ(logins(data / "Default"), 0);
     EXPECT_EQ(logins(data / "Profile 3"), 0);
     EXPECT_FALSE(fs::exists(data / "Default/Current Session"));
@@ -77,19 +77,19 @@ TEST_F(ChromeProfilesTest, SnapAndFlatpakInstallsAreCleanedWithTheirCaches) {
     addLogins(braveSnap, 4);
     writeFile(h.home() / ".var/app/com.brave.Browser/cache/BraveSoftware/Brave-Browser/f", "xy");
 
-    ChromeCleaner chromium(h.env(), Browser::Chromium);
-    EXPECT_EQ(chromium.countChromeSavedPasswords().count, 1);
-    EXPECT_EQ(chromium.countChromeCaches().count, 3); // Default, Cache, data_0
-    chromium.deleteChromeSavedPasswords();
-    chromium.deleteChromeCaches();
+    ItemRunner chromium{h.env(), chromeFamilyDef(Browser::Chromium)};
+    EXPECT_EQ(chromium.count("Saved Passwords").value().count, 1);
+    EXPECT_EQ(chromium.count("Internet Cache").value().count, 3); // Default, Cache, data_0
+    chromium.remove("Saved Passwords");
+    chromium.remove("Internet Cache");
     EXPECT_EQ(logins(snap / "chromium/Default"), 0);
     EXPECT_FALSE(fs::exists(snap / ".cache/chromium/Default"));
     EXPECT_TRUE(fs::is_directory(snap / ".cache/chromium"));
 
-    ChromeCleaner brave(h.env(), Browser::Brave);
-    EXPECT_EQ(brave.countChromeSavedPasswords().count, 7);
-    EXPECT_EQ(brave.countChromeCaches(), (CountPair{1, 2}));
-    brave.deleteChromeSavedPasswords();
+    ItemRunner brave{h.env(), chromeFamilyDef(Browser::Brave)};
+    EXPECT_EQ(brave.count("Saved Passwords").value().count, 7);
+    EXPECT_EQ(brave.count("Internet Cache").value(), (CountPair{1, 2}));
+    brave.remove("Saved Passwords");
     EXPECT_EQ(logins(braveNative) + logins(braveFlatpak) + logins(braveSnap), 0);
 }
 

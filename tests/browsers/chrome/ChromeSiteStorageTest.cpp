@@ -3,8 +3,8 @@
 // match what a clean removes, and nothing outside the profile is touched.
 
 #include "ChromeHarness.h"
+#include "browsers/ItemRunner.h"
 #include "browsers/SiteStorage.h"
-#include "browsers/chrome/ChromeCleaner.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ std::int64_t bytesUnder(const fs::path& path) {
 class ChromeSiteStorageTest : public ::testing::Test {
 protected:
     BrowserHarness h;
-    ChromeCleaner chromium{h.env(), Browser::Chromium};
+    ItemRunner chromium{h.env(), chromeFamilyDef(Browser::Chromium)};
 
     fs::path profile() const { return h.chromiumProfile(); }
     fs::path second() const { return h.home() / ".config/chromium/Profile 1"; }
@@ -57,10 +57,9 @@ TEST_F(ChromeSiteStorageTest, KeptHostsKeepTheirFoldersAndTheSharedStoresAreLogg
     h.cookies->keep(CookieBrowser::Chrome, "kept.example");
     const auto gone = idb(profile(), "https_gone.example_443.indexeddb.leveldb");
     const auto other = idb(second(), "http_other.example_8080.indexeddb.leveldb");
-    EXPECT_EQ(chromium.countItem("Site Storage"),
-              (CountPair{2, bytesUnder(gone) + bytesUnder(other)}));
+    EXPECT_EQ(chromium.count("Site Storage"), (CountPair{2, bytesUnder(gone) + bytesUnder(other)}));
 
-    ASSERT_TRUE(chromium.deleteItem("Site Storage"));
+    ASSERT_TRUE(chromium.remove("Site Storage"));
     EXPECT_FALSE(fs::exists(gone));
     EXPECT_FALSE(fs::exists(other));
     EXPECT_TRUE(fs::exists(idb(profile(), "https_kept.example_0.indexeddb.leveldb/000003.log")));
@@ -73,12 +72,12 @@ TEST_F(ChromeSiteStorageTest, KeptHostsKeepTheirFoldersAndTheSharedStoresAreLogg
     EXPECT_EQ(line.rfind("Chromium site storage kept: ", 0), 0u) << line;
     EXPECT_NE(line.find((profile() / "Local Storage/leveldb").string()), std::string::npos);
     EXPECT_NE(line.find("list of cookies to keep is not empty"), std::string::npos);
-    EXPECT_EQ(chromium.countItem("Site Storage"), (CountPair{0, 0}));
+    EXPECT_EQ(chromium.count("Site Storage"), (CountPair{0, 0}));
 }
 
 TEST_F(ChromeSiteStorageTest, AnEmptyKeepListTakesEveryOriginAndTheSharedStores) {
     fill();
-    const auto count = chromium.countItem("Site Storage");
+    const auto count = chromium.count("Site Storage");
     // Four web origin folders and five shared stores; the extension's database is no site's.
     ASSERT_TRUE(count);
     EXPECT_EQ(count->count, 9);
@@ -91,7 +90,7 @@ TEST_F(ChromeSiteStorageTest, AnEmptyKeepListTakesEveryOriginAndTheSharedStores)
                 bytes += bytesUnder(e.path());
     EXPECT_EQ(count->size, bytes);
 
-    chromium.deleteItem("Site Storage");
+    chromium.remove("Site Storage");
     for (const auto& store : sharedStores())
         EXPECT_FALSE(fs::exists(store)) << store;
     EXPECT_EQ(test::namesIn(profile() / "IndexedDB"),
@@ -104,9 +103,9 @@ TEST_F(ChromeSiteStorageTest, AnEmptyKeepListTakesEveryOriginAndTheSharedStores)
 TEST_F(ChromeSiteStorageTest, AnUnreadableKeepListRemovesNothing) {
     fill();
     h.reloadCookiesFrom("not a property list");
-    ChromeCleaner reloaded{h.env(), Browser::Chromium};
-    EXPECT_EQ(reloaded.countItem("Site Storage"), (CountPair{0, 0}));
-    reloaded.deleteItem("Site Storage");
+    ItemRunner reloaded{h.env(), chromeFamilyDef(Browser::Chromium)};
+    EXPECT_EQ(reloaded.count("Site Storage"), (CountPair{0, 0}));
+    reloaded.remove("Site Storage");
     EXPECT_TRUE(fs::exists(idb(profile(), "https_gone.example_443.indexeddb.leveldb")));
     EXPECT_TRUE(fs::exists(profile() / "Session Storage/000003.log"));
     bool logged = false;

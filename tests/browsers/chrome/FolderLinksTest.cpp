@@ -2,8 +2,7 @@
 // folders: the link counts as nothing, and neither it nor anything behind it is touched.
 
 #include "ChromeHarness.h"
-#include "browsers/chrome/ChromeCleaner.h"
-#include "browsers/opera/OperaCleaner.h"
+#include "browsers/ItemRunner.h"
 
 #include <gtest/gtest.h>
 
@@ -40,27 +39,27 @@ protected:
 TEST_F(FolderLinksTest, ChromiumCacheFolderThatIsALinkIsNeitherCountedNorEmptied) {
     for (auto browser : {Browser::Chromium, Browser::GoogleChrome}) {
         SCOPED_TRACE(browser == Browser::Chromium ? "Chromium" : "Google Chrome");
-        ChromeCleaner cleaner{h.env(), browser};
+        ItemRunner cleaner{h.env(), chromeFamilyDef(browser)};
         const auto cache = BrowserLocations(*h.platform).chromeCache(browser);
         linkInPlaceOf(cache);
 
-        EXPECT_EQ(cleaner.countChromeCaches(), CountPair{});
-        cleaner.deleteChromeCaches();
+        EXPECT_EQ(cleaner.count("Internet Cache").value(), CountPair{});
+        cleaner.remove("Internet Cache");
         EXPECT_TRUE(isLink(cache));
         expectOutsideUntouched();
     }
 }
 
 TEST_F(FolderLinksTest, SessionStorageThatIsALinkIsNeitherCountedNorEmptied) {
-    ChromeCleaner cleaner{h.env(), Browser::Chromium};
+    ItemRunner cleaner{h.env(), chromeFamilyDef(Browser::Chromium)};
     const auto storage = h.chromiumProfile() / "Session Storage";
     linkInPlaceOf(storage);
     // The cache beside it is still emptied.
     writeFile(BrowserLocations(*h.platform).chromeCache(Browser::Chromium) / "data_0",
               "0123456789");
 
-    EXPECT_EQ(cleaner.countChromeCaches().count, 1);
-    cleaner.deleteChromeCaches();
+    EXPECT_EQ(cleaner.count("Internet Cache").value().count, 1);
+    cleaner.remove("Internet Cache");
     EXPECT_TRUE(isLink(storage));
     EXPECT_FALSE(
         fs::exists(BrowserLocations(*h.platform).chromeCache(Browser::Chromium) / "data_0"));
@@ -68,24 +67,24 @@ TEST_F(FolderLinksTest, SessionStorageThatIsALinkIsNeitherCountedNorEmptied) {
 }
 
 TEST_F(FolderLinksTest, OperaGpuCacheThatIsALinkIsNeitherCountedNorEmptied) {
-    OperaCleaner opera{h.env()};
+    ItemRunner opera{h.env(), operaDef()};
     fs::create_directories(h.operaData());
     linkInPlaceOf(h.operaData() / "GPUCache");
-    EXPECT_EQ(opera.countOperaAppCaches(), CountPair{});
-    opera.deleteOperaAppCaches();
+    EXPECT_EQ(opera.count("Application Cache").value(), CountPair{});
+    opera.remove("Application Cache");
     EXPECT_TRUE(isLink(h.operaData() / "GPUCache"));
     expectOutsideUntouched();
 
     // The web cache is removed whole: a link in its place goes as a link, never walked.
     linkInPlaceOf(h.operaWebCache());
-    EXPECT_EQ(opera.countOperaInternetCaches(), CountPair{});
-    opera.deleteOperaInternetCaches();
+    EXPECT_EQ(opera.count("Internet Cache").value(), CountPair{});
+    opera.remove("Internet Cache");
     EXPECT_FALSE(fs::exists(fs::symlink_status(h.operaWebCache())));
     expectOutsideUntouched();
 }
 
 TEST_F(FolderLinksTest, NamesThatAreNotUtf8InsideACacheAreCountedAndRemoved) {
-    ChromeCleaner cleaner{h.env(), Browser::Chromium};
+    ItemRunner cleaner{h.env(), chromeFamilyDef(Browser::Chromium)};
     const auto cache = BrowserLocations(*h.platform).chromeCache(Browser::Chromium);
     const std::string odd = "f\xff\xfe";
     writeFile(cache / odd /
@@ -96,8 +95,8 @@ TEST_F(FolderLinksTest, NamesThatAreNotUtf8InsideACacheAreCountedAndRemoved) {
     // The entry "f" beside them is another folder altogether.
     writeFile(h.dir / "f/keep", "kept");
 
-    EXPECT_EQ(cleaner.countChromeCaches().count, 3);
-    cleaner.deleteChromeCaches();
+    EXPECT_EQ(cleaner.count("Internet Cache").value().count, 3);
+    cleaner.remove("Internet Cache");
     EXPECT_TRUE(fs::is_empty(cache));
     EXPECT_EQ(readFile(h.dir / "f/keep"), "kept");
 }

@@ -2,7 +2,7 @@
 // the rows' operations by Description.
 
 #include "ChromeHarness.h"
-#include "browsers/opera/OperaCleaner.h"
+#include "browsers/ItemRunner.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -21,17 +21,17 @@ using test::writeFile;
 class OperaFilesTest : public ::testing::Test {
 protected:
     BrowserHarness h;
-    OperaCleaner opera{h.env()};
+    ItemRunner opera{h.env(), operaDef()};
 };
 
 TEST_F(OperaFilesTest, MissingDataFolderCountsNothingAndDeletesNothing) {
-    for (const auto& description : OperaCleaner::itemDescriptions()) {
-        auto pair = opera.countItem(description);
+    for (const auto& description : ItemRunner::descriptions(operaDef(), platform::Layout::MacOS)) {
+        auto pair = opera.count(description);
         EXPECT_EQ(pair.value_or(CountPair{}), CountPair{}) << description;
     }
-    for (const auto& description : OperaCleaner::itemDescriptions()) {
+    for (const auto& description : ItemRunner::descriptions(operaDef(), platform::Layout::MacOS)) {
         if (description != "Auto Quit Opera") {
-            EXPECT_TRUE(opera.deleteItem(description));
+            EXPECT_TRUE(opera.remove(description));
         }
     }
     EXPECT_FALSE(fs::exists(h.operaData()));
@@ -41,9 +41,9 @@ TEST_F(OperaFilesTest, MissingDataFolderCountsNothingAndDeletesNothing) {
 TEST_F(OperaFilesTest, WebCacheIsWalkedAndRemovedWhole) {
     writeFile(h.operaWebCache() / "data_0", std::string(100, 'd'));
     writeFile(h.operaWebCache() / "sub/f_000001", std::string(20, 'f'));
-    EXPECT_EQ(opera.countOperaInternetCaches(),
+    EXPECT_EQ(opera.count("Internet Cache").value(),
               (CountPair{3, 100 + ownSize(h.operaWebCache() / "sub") + 20}));
-    opera.deleteOperaInternetCaches();
+    opera.remove("Internet Cache");
     EXPECT_FALSE(fs::exists(h.operaWebCache()));
     EXPECT_TRUE(fs::is_directory(h.operaWebCache().parent_path()));
 }
@@ -52,8 +52,8 @@ TEST_F(OperaFilesTest, GpuCacheEntriesGoAndTheFolderStays) {
     auto gpu = h.operaData() / "GPUCache";
     writeFile(gpu / "data_1", std::string(64, 'g'));
     writeFile(gpu / "index", std::string(8, 'i'));
-    EXPECT_EQ(opera.countOperaAppCaches(), (CountPair{2, 72}));
-    opera.deleteOperaAppCaches();
+    EXPECT_EQ(opera.count("Application Cache").value(), (CountPair{2, 72}));
+    opera.remove("Application Cache");
     EXPECT_TRUE(fs::is_directory(gpu));
     EXPECT_TRUE(fs::is_empty(gpu));
 }
@@ -68,8 +68,8 @@ TEST_F(OperaFilesTest, CookiesUseTheOperaKeepList) {
     h.cookies->keep(CookieBrowser::Opera, "opera-keep.example");
     h.cookies->keep(CookieBrowser::Chrome, "chrome-keep.example");
 
-    EXPECT_EQ(opera.countOperaCookies().count, 4);
-    opera.deleteOperaCookies();
+    EXPECT_EQ(opera.count("Cookies").value().count, 4);
+    opera.remove("Cookies");
     EXPECT_EQ(cookies.column("cookies", "host_key"),
               std::vector<std::string>{"opera-keep.example"});
     EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Opera).empty());
@@ -80,8 +80,8 @@ TEST_F(OperaFilesTest, UnreadableKeepListsDeleteNoOperaCookie) {
     cookies.exec(test::schema::kCookies);
     insertChromeCookie(cookies, "a.example", "1");
     h.reloadCookiesFrom("garbage");
-    OperaCleaner cleaner(h.env());
-    cleaner.deleteOperaCookies();
+    ItemRunner cleaner{h.env(), operaDef()};
+    cleaner.remove("Cookies");
     EXPECT_EQ(cookies.rows("cookies"), 1);
 }
 
@@ -92,9 +92,10 @@ TEST_F(OperaFilesTest, TheDefaultSubfolderIsUsedWhenPresent) {
     insertChromeCookie(cookies, "a.example", "1");
     test::writeFile(folder / "session.dbak", "b");
 
-    EXPECT_EQ(opera.countOperaCookies(), (CountPair{1, test::chromeCookieSize("a.example", "1")}));
-    opera.deleteOperaCookies();
-    opera.deleteOperaSessions();
+    EXPECT_EQ(opera.count("Cookies").value(),
+              (CountPair{1, test::chromeCookieSize("a.example", "1")}));
+    opera.remove("Cookies");
+    opera.remove("Sessions");
     EXPECT_EQ(cookies.rows("cookies"), 0);
     EXPECT_FALSE(fs::exists(folder / "session.dbak"));
 }
@@ -114,9 +115,9 @@ TEST_F(OperaFilesTest, SitePreferencesWorkOnFirefoxsStore) {
     fs::create_directories(h.operaData());
 
     // id, groupID, settingID, timestamp 4 each; value BLOB: its bytes.
-    EXPECT_EQ(opera.countOperaSitePrefs(), (CountPair{2, 16 + 3 + 16 + 1}));
-    EXPECT_EQ(opera.countItem("Site Preferences"), opera.countOperaSitePrefs());
-    opera.deleteOperaSitePrefs();
+    EXPECT_EQ(opera.count("Site Preferences").value(), (CountPair{2, 16 + 3 + 16 + 1}));
+    EXPECT_EQ(opera.count("Site Preferences"), opera.count("Site Preferences").value());
+    opera.remove("Site Preferences");
     EXPECT_EQ(prefs.rows("prefs"), 0);
     EXPECT_EQ(prefs.rows("groups"), 1);
     EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Firefox),
@@ -125,14 +126,14 @@ TEST_F(OperaFilesTest, SitePreferencesWorkOnFirefoxsStore) {
 }
 
 TEST_F(OperaFilesTest, QuitAndRows) {
-    opera.quitOpera();
+    opera.remove("Auto Quit Opera");
     EXPECT_EQ(h.apps->terminated, std::vector<std::string>{"com.operasoftware.Opera"});
-    EXPECT_TRUE(opera.deleteItem("Auto Quit Opera"));
+    EXPECT_TRUE(opera.remove("Auto Quit Opera"));
     EXPECT_EQ(h.apps->terminated.size(), 2u);
-    EXPECT_EQ(opera.countItem("Auto Quit Opera"), std::nullopt);
-    EXPECT_EQ(opera.countItem("Top Sites"), std::nullopt);
-    EXPECT_FALSE(opera.deleteItem("Current Tabs"));
-    const auto& rows = OperaCleaner::itemDescriptions();
+    EXPECT_EQ(opera.count("Auto Quit Opera"), std::nullopt);
+    EXPECT_EQ(opera.count("Top Sites"), std::nullopt);
+    EXPECT_FALSE(opera.remove("Current Tabs"));
+    const auto& rows = ItemRunner::descriptions(operaDef(), platform::Layout::MacOS);
     ASSERT_EQ(rows.size(), 11u);
     EXPECT_EQ(std::count(rows.begin(), rows.end(), "Site Preferences"), 0);
 }

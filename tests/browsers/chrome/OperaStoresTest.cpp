@@ -2,7 +2,7 @@
 // failure lines, batch deletes that refresh the cookie list, and the session database.
 
 #include "ChromeHarness.h"
-#include "browsers/opera/OperaCleaner.h"
+#include "browsers/ItemRunner.h"
 
 #include <gtest/gtest.h>
 
@@ -35,7 +35,7 @@ constexpr CountPair kOperaHistoryPair{4, 72 + 16 + 12};
 class OperaStoresTest : public ::testing::Test {
 protected:
     BrowserHarness h;
-    OperaCleaner opera{h.env()};
+    ItemRunner opera{h.env(), operaDef()};
 
     void SetUp() override { fs::create_directories(h.operaData()); }
     fs::path data(const std::string& name) const { return h.operaData() / name; }
@@ -47,7 +47,7 @@ TEST_F(OperaStoresTest, HistoryCountsThreeTablesOfHistory) {
     Db archived(data("Archived History"));
     archived.exec(test::schema::kArchivedHistory);
     archived.exec("INSERT INTO urls VALUES(7,'https://old.example/','Old',1,0,1,0,0);");
-    EXPECT_EQ(opera.countOperaInternetHistory(), kOperaHistoryPair);
+    EXPECT_EQ(opera.count("Internet History").value(), kOperaHistoryPair);
 }
 
 TEST_F(OperaStoresTest, ArchivedHistoryAloneIsTheHistoryCount) {
@@ -56,7 +56,7 @@ TEST_F(OperaStoresTest, ArchivedHistoryAloneIsTheHistoryCount) {
     archived.exec("INSERT INTO urls VALUES(7,'https://old.example/','Old',1,0,1,0,0);"
                   "INSERT INTO visits VALUES(9,7,13000000000000000,0,0,0,1,0);"
                   "INSERT INTO keyword_search_terms VALUES(1,7,'old','Old');");
-    EXPECT_EQ(opera.countOperaInternetHistory(), (CountPair{2, 32 + 16}));
+    EXPECT_EQ(opera.count("Internet History").value(), (CountPair{2, 32 + 16}));
 }
 
 TEST_F(OperaStoresTest, HistoryDeleteEmptiesBothStoresWithoutALogLine) {
@@ -67,7 +67,7 @@ TEST_F(OperaStoresTest, HistoryDeleteEmptiesBothStoresWithoutALogLine) {
     archived.exec("INSERT INTO urls VALUES(7,'https://old.example/','Old',1,0,1,0,0);"
                   "INSERT INTO visit_source VALUES(7,1);");
 
-    opera.deleteOperaInternetHistory();
+    opera.remove("Internet History");
     for (const char* table :
          {"urls", "visits", "visit_source", "keyword_search_terms", "segments", "segment_usage"})
         EXPECT_EQ(history.rows(table), 0) << table;
@@ -82,7 +82,7 @@ TEST_F(OperaStoresTest, HistoryWithoutSegmentUsageLogsItsFixedLine) {
     fillOperaHistory(history);
     history.exec("DROP TABLE segment_usage;");
 
-    opera.deleteOperaInternetHistory();
+    opera.remove("Internet History");
     for (const char* table : {"urls", "visits", "visit_source", "keyword_search_terms", "segments"})
         EXPECT_EQ(history.rows(table), 0) << table;
     EXPECT_EQ(h.log.lines(),
@@ -94,14 +94,14 @@ TEST_F(OperaStoresTest, DownloadsAreCountedAndAllDeleted) {
     Db history(data("History"));
     fillOperaHistory(history);
     // Two rows of 52 and 48 bytes (the unfinished one has no end time).
-    EXPECT_EQ(opera.countOperaDownloadHistory(), (CountPair{2, 52 + 48}));
-    opera.deleteOperaDownloadHistory();
+    EXPECT_EQ(opera.count("Download History").value(), (CountPair{2, 52 + 48}));
+    opera.remove("Download History");
     EXPECT_EQ(history.rows("downloads"), 0);
     EXPECT_EQ(history.rows("downloads_url_chains"), 0);
     EXPECT_EQ(history.rows("urls"), 2);
 
     history.exec("DROP TABLE downloads_url_chains;");
-    opera.deleteOperaDownloadHistory();
+    opera.remove("Download History");
     EXPECT_EQ(h.log.lines(),
               std::vector<std::string>{"SQLite failed query: DELETE FROM downloads_url_chains; "
                                        "errorCode: SQL Statement failed to execute."});
@@ -113,13 +113,13 @@ TEST_F(OperaStoresTest, FormDataCountsFourTablesAndEmptiesTen) {
     db.exec("INSERT INTO autofill_dates VALUES(1,1300000000);"
             "INSERT INTO autofill_profiles_trash VALUES('g');"
             "INSERT INTO web_apps VALUES('https://app.example/',1);");
-    EXPECT_EQ(opera.countOperaFormHistory(), CountPair{});
+    EXPECT_EQ(opera.count("Saved Form Information").value(), CountPair{});
 
     db.exec("INSERT INTO autofill VALUES('email','a@b.example','a@b.example',1,2);"
             "INSERT INTO token_service VALUES('sync',X'0102030405');");
-    EXPECT_EQ(opera.countOperaFormHistory(), (CountPair{2, 8 + 5}));
+    EXPECT_EQ(opera.count("Saved Form Information").value(), (CountPair{2, 8 + 5}));
 
-    opera.deleteOperaFormHistory();
+    opera.remove("Saved Form Information");
     for (const char* table :
          {"autofill", "autofill_dates", "autofill_profiles_trash", "token_service"})
         EXPECT_EQ(db.rows(table), 0) << table;
@@ -134,8 +134,8 @@ TEST_F(OperaStoresTest, StashCountsTwoTablesAndEmptiesSix) {
             "INSERT INTO stash_fts VALUES('A','page words');"
             "INSERT INTO snapshots VALUES(1,X'0000',10,10);"
             "INSERT INTO task_queue VALUES(1,1,2);");
-    EXPECT_EQ(opera.countOperaStash(), (CountPair{2, (4 + 4 + 4 + 8 + 4) + (4 + 2 + 4 + 4)}));
-    opera.deleteOperaStash();
+    EXPECT_EQ(opera.count("Stash").value(), (CountPair{2, (4 + 4 + 4 + 8 + 4) + (4 + 2 + 4 + 4)}));
+    opera.remove("Stash");
     for (const char* table : {"stash", "stash_fts_content", "stash_fts_segments",
                               "stash_fts_segdir", "snapshots", "task_queue"})
         EXPECT_EQ(db.rows(table), 0) << table;
@@ -150,10 +150,10 @@ TEST_F(OperaStoresTest, ThumbnailsAndLogins) {
     logins.exec("INSERT INTO logins VALUES('https://a.example/','','u','me','p',X'01','',"
                 "'https://a.example/',1,1,5,0,0);");
 
-    EXPECT_EQ(opera.countOperaThumbs(), (CountPair{1, 4 + 3 + 4}));
-    EXPECT_EQ(opera.countOperaSignOns(), (CountPair{1, 1 + 5 * 4 + 0}));
-    opera.deleteOperaThumbs();
-    opera.deleteOperaSignons();
+    EXPECT_EQ(opera.count("Thumbnails").value(), (CountPair{1, 4 + 3 + 4}));
+    EXPECT_EQ(opera.count("Saved Passwords").value(), (CountPair{1, 1 + 5 * 4 + 0}));
+    opera.remove("Thumbnails");
+    opera.remove("Saved Passwords");
     EXPECT_EQ(thumbs.rows("thumbnails"), 0);
     EXPECT_EQ(logins.rows("logins"), 0);
 }
@@ -165,7 +165,7 @@ TEST_F(OperaStoresTest, BatchDeletesRefreshTheOperaCookieList) {
     Db thumbs(data("thumbnails.db"));
     thumbs.exec(test::schema::kOperaThumbnails);
 
-    opera.deleteOperaThumbs();
+    opera.remove("Thumbnails");
     EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Opera), std::vector<std::string>{"a.example"});
     EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Chrome).empty());
 }
@@ -179,10 +179,10 @@ TEST_F(OperaStoresTest, SessionsCountWindowsAndBothTablesSizes) {
             "INSERT INTO window_attrs VALUES(2,'pinned','1');"
             "INSERT INTO window_attrs VALUES(2,'group','g');");
     // windows 2 × 16; window_attrs 4 + name + value bytes.
-    EXPECT_EQ(opera.countOperaSessions(), (CountPair{2, 32 + (4 + 9) + (4 + 7) + (4 + 6)}));
+    EXPECT_EQ(opera.count("Sessions").value(), (CountPair{2, 32 + (4 + 9) + (4 + 7) + (4 + 6)}));
 
     db.exec("DROP TABLE window_attrs;");
-    EXPECT_EQ(opera.countOperaSessions(), CountPair{});
+    EXPECT_EQ(opera.count("Sessions").value(), CountPair{});
 }
 
 TEST_F(OperaStoresTest, SessionsDeleteEmptiesTheDatabaseAndRemovesTheBackup) {
@@ -191,7 +191,7 @@ TEST_F(OperaStoresTest, SessionsDeleteEmptiesTheDatabaseAndRemovesTheBackup) {
     db.exec("INSERT INTO windows VALUES(1,0,'b',1); INSERT INTO window_attrs VALUES(1,'a','b');");
     test::writeFile(data("session.dbak"), "backup");
 
-    opera.deleteOperaSessions();
+    opera.remove("Sessions");
     EXPECT_EQ(db.rows("windows"), 0);
     EXPECT_EQ(db.rows("window_attrs"), 0);
     EXPECT_FALSE(fs::exists(data("session.dbak")));
@@ -200,8 +200,8 @@ TEST_F(OperaStoresTest, SessionsDeleteEmptiesTheDatabaseAndRemovesTheBackup) {
 
 TEST_F(OperaStoresTest, SessionBackupIsRemovedWithoutTheDatabase) {
     test::writeFile(data("session.dbak"), "backup");
-    EXPECT_EQ(opera.countOperaSessions(), CountPair{});
-    opera.deleteOperaSessions();
+    EXPECT_EQ(opera.count("Sessions").value(), CountPair{});
+    opera.remove("Sessions");
     EXPECT_FALSE(fs::exists(data("session.dbak")));
     EXPECT_FALSE(fs::exists(data("session.db")));
     EXPECT_TRUE(h.log.lines().empty());
@@ -210,7 +210,7 @@ TEST_F(OperaStoresTest, SessionBackupIsRemovedWithoutTheDatabase) {
 TEST_F(OperaStoresTest, SessionTablesFailingLogTheirFixedLines) {
     Db db(data("session.db"));
     db.exec("CREATE TABLE unrelated (x INTEGER);");
-    opera.deleteOperaSessions();
+    opera.remove("Sessions");
     EXPECT_EQ(h.log.lines(),
               (std::vector<std::string>{
                   "SQLite failed query: DELETE FROM windows; errorCode: SQL Statement failed to "

@@ -28,7 +28,7 @@ TEST(FirefoxCachesTest, InternetCacheCountsEveryEntryBelowTheWebCache) {
     Harness h;
     buildCaches(h.cacheProfile, "Cache");
     auto web = h.cacheProfile / "Cache";
-    EXPECT_EQ(h.cleaner->countFirefoxInternetCaches(),
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(),
               (CountPair{3, 10 + 20 + sizeOf(web / "sub")}));
 }
 
@@ -36,23 +36,23 @@ TEST(FirefoxCachesTest, AppCacheCountsEverythingElseAndOnlyTheTopLevelWebCacheIs
     Harness h;
     buildCaches(h.cacheProfile, "Cache");
     auto startup = h.cacheProfile / "startupCache";
-    EXPECT_EQ(h.cleaner->countFirefoxAppCaches(),
+    EXPECT_EQ(h.cleaner->count("Application Cache").value(),
               (CountPair{5, sizeOf(startup) + 5 + sizeOf(startup / "Cache") + 3 + 7}));
 }
 
 TEST(FirefoxCachesTest, DeletesSplitAtTheWebCache) {
     Harness h;
     buildCaches(h.cacheProfile, "Cache");
-    h.cleaner->deleteFirefoxAppCaches();
+    h.cleaner->remove("Application Cache");
     EXPECT_FALSE(fs::exists(h.cacheProfile / "startupCache"));
     EXPECT_FALSE(fs::exists(h.cacheProfile / "y.bin"));
     EXPECT_TRUE(fs::exists(h.cacheProfile / "Cache/sub/b"));
-    EXPECT_EQ(h.cleaner->countFirefoxAppCaches(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Application Cache").value(), (CountPair{0, 0}));
 
-    h.cleaner->deleteFirefoxInternetCaches();
+    h.cleaner->remove("Internet Cache");
     EXPECT_FALSE(fs::exists(h.cacheProfile / "Cache"));
     EXPECT_TRUE(fs::exists(h.cacheProfile));
-    EXPECT_EQ(h.cleaner->countFirefoxInternetCaches(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), (CountPair{0, 0}));
 }
 
 TEST(FirefoxCachesTest, LinuxWebCacheIsCache2) {
@@ -61,14 +61,14 @@ TEST(FirefoxCachesTest, LinuxWebCacheIsCache2) {
     buildCaches(h.cacheProfile, "cache2");
     writeFile(h.cacheProfile / "Cache/old", std::string(4, 'o'));
     auto sub = h.cacheProfile / "cache2/sub";
-    EXPECT_EQ(h.cleaner->countFirefoxInternetCaches(), (CountPair{3, 30 + sizeOf(sub)}));
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), (CountPair{3, 30 + sizeOf(sub)}));
     // "Cache" is just another application cache entry here.
-    EXPECT_EQ(h.cleaner->countFirefoxAppCaches().count, 7);
+    EXPECT_EQ(h.cleaner->count("Application Cache").value().count, 7);
 
-    h.cleaner->deleteFirefoxAppCaches();
+    h.cleaner->remove("Application Cache");
     EXPECT_FALSE(fs::exists(h.cacheProfile / "Cache"));
     EXPECT_TRUE(fs::exists(h.cacheProfile / "cache2/a"));
-    h.cleaner->deleteFirefoxInternetCaches();
+    h.cleaner->remove("Internet Cache");
     EXPECT_FALSE(fs::exists(h.cacheProfile / "cache2"));
 }
 
@@ -77,16 +77,16 @@ TEST(FirefoxCachesTest, LinksAreCountedAsLinksAndNeverFollowed) {
     writeFile(h.dir / "outside/big/file", std::string(1000, 'o'));
     fs::create_directories(h.cacheProfile / "Cache");
     fs::create_directory_symlink(h.dir / "outside/big", h.cacheProfile / "Cache/link");
-    EXPECT_EQ(h.cleaner->countFirefoxInternetCaches(),
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(),
               (CountPair{1, sizeOf(h.cacheProfile / "Cache/link")}));
-    h.cleaner->deleteFirefoxInternetCaches();
+    h.cleaner->remove("Internet Cache");
     EXPECT_FALSE(fs::exists(h.cacheProfile / "Cache"));
     EXPECT_EQ(readFile(h.dir / "outside/big/file"), std::string(1000, 'o'));
 
     // A web cache that is itself a link is not walked; only the link goes.
     fs::create_directory_symlink(h.dir / "outside/big", h.cacheProfile / "Cache");
-    EXPECT_EQ(h.cleaner->countFirefoxInternetCaches(), (CountPair{0, 0}));
-    h.cleaner->deleteFirefoxInternetCaches();
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), (CountPair{0, 0}));
+    h.cleaner->remove("Internet Cache");
     EXPECT_FALSE(fs::exists(fs::symlink_status(h.cacheProfile / "Cache")));
     EXPECT_EQ(readFile(h.dir / "outside/big/file"), std::string(1000, 'o'));
 }

@@ -3,8 +3,6 @@
 
 #include "FirefoxHarness.h"
 
-#include "browsers/firefox/FirefoxCookies.h"
-
 #include <gtest/gtest.h>
 
 namespace tpc::browsers::firefox::fxtest {
@@ -34,7 +32,7 @@ TEST_F(FirefoxCookiesTest, CountsRowsAndCellSizes) {
     // 6 * 4 flags = 56
     addCookie(db, 1, "x.com");
     addCookie(db, 2, "y.com");
-    EXPECT_EQ(h.cleaner->countFirefoxCookies(), (CountPair{2, 112}));
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), (CountPair{2, 112}));
 }
 
 TEST_F(FirefoxCookiesTest, DeletesEveryHostNotKeptAndKeepsTheRest) {
@@ -46,7 +44,7 @@ TEST_F(FirefoxCookiesTest, DeletesEveryHostNotKeptAndKeepsTheRest) {
     addCookie(db, 6, "kept.example", "second");
     h.cookies->keep(CookieBrowser::Firefox, "kept.example");
 
-    h.cleaner->deleteFirefoxCookies();
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(hosts(db), (std::vector<std::string>{".kept.example", "kept.example"}));
     EXPECT_TRUE(h.logLines("SQLite failed query").empty());
     // The delete list shows what the browser still holds apart from kept domains: nothing.
@@ -62,7 +60,7 @@ TEST_F(FirefoxCookiesTest, AHostWithAQuoteDeletesExactlyItsCookies) {
     h.cookies->keep(CookieBrowser::Firefox, "its.example");
     h.cookies->keep(CookieBrowser::Firefox, "it");
 
-    h.cleaner->deleteFirefoxCookies();
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(hosts(db), (std::vector<std::string>{"its.example", "it"}));
     EXPECT_TRUE(h.logLines("SQLite failed query").empty());
 }
@@ -73,31 +71,8 @@ TEST_F(FirefoxCookiesTest, AHostCannotWidenTheStatement) {
     addCookie(db, 2, "kept.example");
     h.cookies->keep(CookieBrowser::Firefox, "kept.example");
 
-    h.cleaner->deleteFirefoxCookies();
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(hosts(db), (std::vector<std::string>{"kept.example"}));
-}
-
-TEST_F(FirefoxCookiesTest, OneStatementPerCookieOfAHost) {
-    addCookie(db, 1, "gone.example", "a");
-    addCookie(db, 2, "gone.example", "b");
-    addCookie(db, 3, "gone.example", "c");
-    addCookie(db, 4, ".kept.example");
-    addCookie(db, 5, "..it's.example");
-    SQLite store;
-    store.setfilePath(db.string());
-    SQLiteResult result;
-    store.query("SELECT * FROM moz_cookies;", result);
-    ASSERT_TRUE(result.ok());
-
-    auto deletes =
-        firefoxCookieDeletes(result, [](const std::string& d) { return d == "kept.example"; });
-    // The statement carries the host as stored, dots and all; the keep list is asked without.
-    const std::string gone = "DELETE FROM moz_cookies WHERE host='gone.example'";
-    EXPECT_EQ(deletes.statements,
-              (std::vector<std::string>{gone, gone, gone,
-                                        "DELETE FROM moz_cookies WHERE host='..it''s.example'"}));
-    EXPECT_EQ(deletes.domains, (std::vector<std::string>{"gone.example", "gone.example",
-                                                         "gone.example", "it's.example"}));
 }
 
 TEST_F(FirefoxCookiesTest, RefreshListsTheHostsOnceWithoutDots) {
@@ -106,7 +81,7 @@ TEST_F(FirefoxCookiesTest, RefreshListsTheHostsOnceWithoutDots) {
     addCookie(db, 3, "A.example");
     addCookie(db, 4, "kept.example");
     h.cookies->keep(CookieBrowser::Firefox, "kept.example");
-    h.cleaner->refreshFirefoxCookiesList();
+    h.cleaner->refreshCookies();
     EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Firefox),
               (std::vector<std::string>{"A.example", "b.example"}));
 }
@@ -115,7 +90,7 @@ TEST_F(FirefoxCookiesTest, ATableWithoutAHostColumnIsLeftAlone) {
     fs::remove(db);
     exec(db, "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, domain TEXT);"
              "INSERT INTO moz_cookies VALUES (1, 'x.com');");
-    h.cleaner->deleteFirefoxCookies();
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_cookies;"), 1);
     EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Firefox).empty());
 }
@@ -128,19 +103,19 @@ TEST(FirefoxCookiesRefusedTest, UnreadableKeepListsDeleteNothing) {
     addCookie(db, 1, "a.example");
     addCookie(db, 2, "b.example");
 
-    h.cleaner->deleteFirefoxCookies();
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(hosts(db), (std::vector<std::string>{"a.example", "b.example"}));
     EXPECT_EQ(h.logLines("Firefox cookies were not deleted").size(), 1u);
     // Counting still works.
-    EXPECT_EQ(h.cleaner->countFirefoxCookies().count, 2);
+    EXPECT_EQ(h.cleaner->count("Cookies").value().count, 2);
 }
 
 TEST(FirefoxCookiesMissingTest, AMissingStoreCountsZeroAndEmptiesTheDeleteList) {
     Harness h;
     h.cookies->refreshCookiesList(CookieBrowser::Firefox, {"stale.example"});
     ASSERT_EQ(h.cookies->disAllowed(CookieBrowser::Firefox).size(), 1u);
-    EXPECT_EQ(h.cleaner->countFirefoxCookies(), (CountPair{0, 0}));
-    h.cleaner->deleteFirefoxCookies();
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), (CountPair{0, 0}));
+    h.cleaner->remove("Cookies");
     EXPECT_FALSE(fs::exists(h.store("cookies.sqlite")));
     EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Firefox).empty());
 }

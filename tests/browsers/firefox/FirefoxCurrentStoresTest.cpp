@@ -48,9 +48,9 @@ protected:
 TEST_F(FirefoxCurrentStoresTest, HistoryGoesEverywhereAndBookmarksKeepTheirs) {
     fillPlaces();
     // 3 visits, 1 annotation, 2 places, 1 origin; 1 link, 1 page and 1 icon of favicons.sqlite.
-    EXPECT_EQ(h.cleaner->countFirefoxInternetHistory().count, 10);
+    EXPECT_EQ(h.cleaner->count("Internet History").value().count, 10);
 
-    h.cleaner->deleteFirefoxInternetHistory();
+    h.cleaner->remove("Internet History");
     EXPECT_TRUE(of("places.sqlite", "SELECT * FROM moz_historyvisits").empty());
     EXPECT_EQ(of("places.sqlite", "SELECT id FROM moz_places"), std::vector<std::string>{"3"});
     EXPECT_EQ(of("places.sqlite", "SELECT host FROM moz_origins"),
@@ -61,14 +61,14 @@ TEST_F(FirefoxCurrentStoresTest, HistoryGoesEverywhereAndBookmarksKeepTheirs) {
     EXPECT_EQ(of("favicons.sqlite", "SELECT page_url FROM moz_pages_w_icons"),
               std::vector<std::string>{"https://b.example/"});
     EXPECT_EQ(of("favicons.sqlite", "SELECT id FROM moz_icons"), std::vector<std::string>{"3"});
-    EXPECT_EQ(h.cleaner->countFirefoxInternetHistory().count, 0);
+    EXPECT_EQ(h.cleaner->count("Internet History").value().count, 0);
     EXPECT_TRUE(h.log.lines().empty());
 }
 
 TEST_F(FirefoxCurrentStoresTest, DownloadsAreTheirAnnotationsAndDownloadVisits) {
     fillPlaces();
-    EXPECT_EQ(h.cleaner->countFirefoxDownloadHistory().count, 2);
-    h.cleaner->deleteFirefoxDownloadHistory();
+    EXPECT_EQ(h.cleaner->count("Download History").value().count, 2);
+    h.cleaner->remove("Download History");
     EXPECT_TRUE(of("places.sqlite", "SELECT * FROM moz_annos").empty());
     EXPECT_EQ(of("places.sqlite", "SELECT place_id FROM moz_historyvisits ORDER BY place_id"),
               (std::vector<std::string>{"1", "3"}));
@@ -79,21 +79,21 @@ TEST_F(FirefoxCurrentStoresTest, LoginsAreTheEntriesOfLoginsJsonAndTheKeyStoreSt
     writeFile(h.store("logins.json"), logins);
     writeFile(h.store("logins-backup.json"), "{}");
     writeFile(h.store("key4.db"), "key");
-    EXPECT_EQ(h.cleaner->countFirefoxSignOns(),
+    EXPECT_EQ(h.cleaner->count("Saved Passwords").value(),
               (CountPair{2, static_cast<std::int64_t>(logins.size() + 2)}));
-    h.cleaner->deleteFirefoxSignons();
+    h.cleaner->remove("Saved Passwords");
     EXPECT_FALSE(fs::exists(h.store("logins.json")));
     EXPECT_FALSE(fs::exists(h.store("logins-backup.json")));
     EXPECT_TRUE(fs::exists(h.store("key4.db")));
-    EXPECT_EQ(h.cleaner->countFirefoxSignOns(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Saved Passwords").value(), CountPair{});
 }
 
 TEST_F(FirefoxCurrentStoresTest, SessionsAreTheCompressedFileAndTheBackupsFolder) {
     writeFile(h.store("sessionstore.jsonlz4"), std::string(100, 's'));
     writeFile(h.store("sessionstore-backups/recovery.jsonlz4"), std::string(40, 'r'));
     writeFile(h.store("sessionstore-backups/previous.jsonlz4"), std::string(20, 'p'));
-    EXPECT_EQ(h.cleaner->countFirefoxSessions(), (CountPair{3, 160}));
-    h.cleaner->deleteFirefoxSessions();
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{3, 160}));
+    h.cleaner->remove("Sessions");
     EXPECT_FALSE(fs::exists(h.store("sessionstore.jsonlz4")));
     EXPECT_TRUE(fs::is_empty(h.store("sessionstore-backups")));
 }
@@ -102,7 +102,7 @@ TEST_F(FirefoxCurrentStoresTest, ALockedCookieStoreIsReportedNotCountedAsEmpty) 
     exec(h.store("cookies.sqlite"), std::string(kCookiesSchema) +
                                         "INSERT INTO moz_cookies(name, host) VALUES('a', "
                                         "'a.example'), ('b', 'b.example');");
-    h.cleaner->refreshFirefoxCookiesList();
+    h.cleaner->refreshCookies();
     const auto listed = h.cookies->disAllowed(CookieBrowser::Firefox);
     sqlite3* holder = nullptr;
     ASSERT_EQ(sqlite3_open(h.store("cookies.sqlite").c_str(), &holder), SQLITE_OK);
@@ -110,8 +110,8 @@ TEST_F(FirefoxCurrentStoresTest, ALockedCookieStoreIsReportedNotCountedAsEmpty) 
                            nullptr, nullptr, nullptr),
               SQLITE_OK);
 
-    EXPECT_EQ(h.cleaner->countFirefoxCookies(), CountPair{});
-    h.cleaner->deleteFirefoxCookies();
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), CountPair{});
+    h.cleaner->remove("Cookies");
     sqlite3_exec(holder, "ROLLBACK;", nullptr, nullptr, nullptr);
     sqlite3_close(holder);
 
@@ -121,7 +121,7 @@ TEST_F(FirefoxCurrentStoresTest, ALockedCookieStoreIsReportedNotCountedAsEmpty) 
                                         "Firefox store in use, not cleaned: " + path}));
     // The lists are not rebuilt from a store that could not be read.
     EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Firefox), listed);
-    EXPECT_EQ(h.cleaner->countFirefoxCookies().count, 2);
+    EXPECT_EQ(h.cleaner->count("Cookies").value().count, 2);
 }
 
 } // namespace

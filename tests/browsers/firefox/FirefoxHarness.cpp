@@ -112,7 +112,8 @@ Harness::Harness(platform::Layout layout, const std::string& profileName,
 
     deleter = std::make_unique<erase::Deleter>(
         erase::DeleterEnv{abort, [] { return std::int64_t(-1); }, clock, log});
-    cleaner = std::make_unique<FirefoxCleaner>(CleanerEnv{*platform, *deleter, *cookies, log});
+    cleaner =
+        std::make_unique<ItemRunner>(CleanerEnv{*platform, *deleter, *cookies, log}, firefoxDef());
 }
 
 std::vector<std::string> Harness::logLines(const std::string& prefix) const {

@@ -3,7 +3,7 @@
 // build stores with the browser's own table layouts.
 
 #include "browsers/CookieLists.h"
-#include "browsers/firefox/FirefoxCleaner.h"
+#include "browsers/ItemRunner.h"
 #include "core/Clock.h"
 #include "core/Settings.h"
 #include "core/SystemLog.h"
@@ -65,7 +65,7 @@ public:
     std::unique_ptr<core::Settings> settings;
     std::unique_ptr<CookieLists> cookies;
     std::unique_ptr<erase::Deleter> deleter;
-    std::unique_ptr<FirefoxCleaner> cleaner;
+    std::unique_ptr<ItemRunner> cleaner;
 
     // Log lines that start with `prefix`.
     std::vector<std::string> logLines(const std::string& prefix) const;

@@ -65,12 +65,12 @@ TEST_F(FirefoxHistoryTest, CountsVisitsAndWhatGoes) {
     buildPlacesWithHosts(db);
     // Hosts not kept: news.org 4+8+4+4+1 = 21, other.net 4+9+4+4+1 = 22. Input history 4+4+4.
     // Five visits of 28. Places of visits to pages not bookmarked: 3, 3, 4 → 3 * 64.
-    EXPECT_EQ(h.cleaner->countFirefoxInternetHistory(), (CountPair{5, 43 + 12 + 140 + 192}));
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), (CountPair{5, 43 + 12 + 140 + 192}));
 }
 
 TEST_F(FirefoxHistoryTest, AVisitToABookmarkedPageGoesButThePlaceStays) {
     buildPlacesWithHosts(db);
-    h.cleaner->deleteFirefoxInternetHistory();
+    h.cleaner->remove("Internet History");
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_historyvisits;"), 0);
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_inputhistory;"), 0);
     EXPECT_EQ(rows(db, "SELECT id FROM moz_places ORDER BY id;"),
@@ -81,7 +81,7 @@ TEST_F(FirefoxHistoryTest, AVisitToABookmarkedPageGoesButThePlaceStays) {
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_bookmarks;"), 3);
     EXPECT_TRUE(h.logLines("SQLite failed query").empty());
 
-    EXPECT_EQ(h.cleaner->countFirefoxInternetHistory(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), (CountPair{0, 0}));
 }
 
 TEST_F(FirefoxHistoryTest, PlanListsOneStatementPerVisit) {
@@ -105,8 +105,8 @@ TEST_F(FirefoxHistoryTest, NoVisitsDeletesNothing) {
     addPlace(db, 3, "https://other.net/a", "ten.rehto.");
     exec(db, "INSERT INTO moz_inputhistory VALUES (3, 'oth', 1);");
     // No visits: count 0, but the size still tells the host and the input history.
-    EXPECT_EQ(h.cleaner->countFirefoxInternetHistory(), (CountPair{0, 22 + 12}));
-    h.cleaner->deleteFirefoxInternetHistory();
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), (CountPair{0, 22 + 12}));
+    h.cleaner->remove("Internet History");
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_hosts;"), 1);
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_places;"), 1);
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_inputhistory;"), 1);
@@ -123,9 +123,9 @@ TEST_F(FirefoxHistoryTest, CurrentStoresWithoutHostsTableStillLoseTheirVisits) {
     addBookmark(db, 2, "1");
     exec(db, "INSERT INTO moz_historyvisits (id, from_visit, place_id, visit_date, visit_type) "
              "VALUES (1, 0, 1, 1, 1), (2, 0, 2, 1, 1), (3, 0, 2, 2, 1);");
-    EXPECT_EQ(h.cleaner->countFirefoxInternetHistory().count, 3);
+    EXPECT_EQ(h.cleaner->count("Internet History").value().count, 3);
 
-    h.cleaner->deleteFirefoxInternetHistory();
+    h.cleaner->remove("Internet History");
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_historyvisits;"), 0);
     EXPECT_EQ(rows(db, "SELECT id FROM moz_places;"), (std::vector<std::string>{"1"}));
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_origins;"), 1);
@@ -142,7 +142,7 @@ TEST_F(FirefoxHistoryTest, AFailedHostBatchIsLoggedWithItsLastStatement) {
     addPlace(db, 3, "https://other.net/a", "ten.rehto.");
     addVisit(db, 1, 3);
 
-    h.cleaner->deleteFirefoxInternetHistory();
+    h.cleaner->remove("Internet History");
     EXPECT_EQ(h.logLines("SQLite failed query"),
               (std::vector<std::string>{"SQLite failed query: DELETE FROM moz_hosts WHERE id = 3 "
                                         "errorCode: SQL Statement failed to execute."}));
@@ -153,8 +153,8 @@ TEST_F(FirefoxHistoryTest, AFailedHostBatchIsLoggedWithItsLastStatement) {
 
 TEST_F(FirefoxHistoryTest, AStoreThatIsNoDatabaseCountsZeroAndIsLeftAlone) {
     writeFile(db, "this is not an SQLite database, just text that is long enough to be read");
-    EXPECT_EQ(h.cleaner->countFirefoxInternetHistory(), (CountPair{0, 0}));
-    h.cleaner->deleteFirefoxInternetHistory();
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), (CountPair{0, 0}));
+    h.cleaner->remove("Internet History");
     EXPECT_EQ(readFile(db),
               "this is not an SQLite database, just text that is long enough to be read");
 }

@@ -21,8 +21,8 @@ TEST(FirefoxProfileTest, LinuxCleansTheProfileThatProfilesIniNames) {
         exec(db, kCookiesSchema);
         addCookieHost(db, "a.example");
     }
-    EXPECT_EQ(h.cleaner->countFirefoxCookies().count, 1);
-    h.cleaner->deleteFirefoxCookies();
+    EXPECT_EQ(h.cleaner->count("Cookies").value().count, 1);
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(scalar(h.store("cookies.sqlite"), "SELECT count(*) FROM moz_cookies;"), 0);
     EXPECT_EQ(scalar(other, "SELECT count(*) FROM moz_cookies;"), 1);
 }
@@ -35,11 +35,7 @@ TEST(FirefoxProfileTest, LinuxInstallDefaultWins) {
               "[Profile1]\nName=default-release\nIsRelative=1\nPath=abcd.default-release\n\n"
               "[Profile0]\nName=default\nIsRelative=1\nPath=old.default\nDefault=1\n\n"
               "[Install4F96D1932A9F858E]\nDefault=abcd.default-release\nLocked=1\n");
-    writeFile(folder / "abcd.default-release/sessionstore.js", "{\"url\":\"https://a/\"}");
-    writeFile(folder / "old.default/sessionstore.js", "{\"url\":\"https://a/\"}");
-    h.cleaner->deleteFirefoxSessions();
-    EXPECT_FALSE(fs::exists(folder / "abcd.default-release/sessionstore.js"));
-    EXPECT_TRUE(fs::exists(folder / "old.default/sessionstore.js"));
+    EXPECT_EQ(BrowserLocations(*h.platform).firefoxProfile(), folder / "abcd.default-release");
 }
 
 TEST(FirefoxProfileTest, MacosNeedsTheExactDefaultExtension) {
@@ -47,11 +43,11 @@ TEST(FirefoxProfileTest, MacosNeedsTheExactDefaultExtension) {
     EXPECT_TRUE(h.profile.empty());
     auto folder = h.home() / "Library/Application Support/Firefox/Profiles";
     writeFile(folder / "r.default-release/sessionstore.js", "{\"url\":\"https://a/\"}");
-    EXPECT_EQ(h.cleaner->countFirefoxSessions(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{0, 0}));
 
     writeFile(folder / "q.default/sessionstore.js", "{\"url\":\"https://a/\"}");
-    EXPECT_EQ(h.cleaner->countFirefoxSessions().count, 1);
-    h.cleaner->deleteFirefoxSessions();
+    EXPECT_EQ(h.cleaner->count("Sessions").value().count, 1);
+    h.cleaner->remove("Sessions");
     EXPECT_FALSE(fs::exists(folder / "q.default/sessionstore.js"));
     EXPECT_TRUE(fs::exists(folder / "r.default-release/sessionstore.js"));
 }
@@ -59,23 +55,24 @@ TEST(FirefoxProfileTest, MacosNeedsTheExactDefaultExtension) {
 TEST(FirefoxProfileTest, NoProfileCountsZeroEverywhereAndDeletesNothing) {
     Harness h(platform::Layout::MacOS, "");
     auto& c = *h.cleaner;
-    for (auto pair :
-         {c.countFirefoxInternetHistory(), c.countFirefoxInternetCaches(), c.countFirefoxCookies(),
-          c.countFirefoxDownloadHistory(), c.countFirefoxFormHistory(), c.countFirefoxSignOns(),
-          c.countFirefoxSessions(), c.countFirefoxSitePrefs(), c.countFirefoxAppCaches()})
+    for (auto pair : {c.count("Internet History").value(), c.count("Internet Cache").value(),
+                      c.count("Cookies").value(), c.count("Download History").value(),
+                      c.count("Saved Form Information").value(), c.count("Saved Passwords").value(),
+                      c.count("Sessions").value(), c.count("Site Preferences").value(),
+                      c.count("Application Cache").value()})
         EXPECT_EQ(pair, (CountPair{0, 0}));
     // A cache folder without a profile is not looked at.
     writeFile(h.home() / "Library/Caches/Firefox/Profiles/x.default/y", "y");
-    EXPECT_EQ(c.countFirefoxAppCaches(), (CountPair{0, 0}));
-    c.deleteFirefoxInternetHistory();
-    c.deleteFirefoxInternetCaches();
-    c.deleteFirefoxCookies();
-    c.deleteFirefoxDownloadHistory();
-    c.deleteFirefoxFormHistory();
-    c.deleteFirefoxSignons();
-    c.deleteFirefoxSessions();
-    c.deleteFirefoxSitePrefs();
-    c.deleteFirefoxAppCaches();
+    EXPECT_EQ(c.count("Application Cache").value(), (CountPair{0, 0}));
+    c.remove("Internet History");
+    c.remove("Internet Cache");
+    c.remove("Cookies");
+    c.remove("Download History");
+    c.remove("Saved Form Information");
+    c.remove("Saved Passwords");
+    c.remove("Sessions");
+    c.remove("Site Preferences");
+    c.remove("Application Cache");
     EXPECT_TRUE(fs::exists(h.home() / "Library/Caches/Firefox/Profiles/x.default/y"));
     EXPECT_FALSE(fs::exists(h.home() / "Library/Application Support/Firefox"));
     EXPECT_TRUE(h.logLines("SQLite failed query").empty());
@@ -83,7 +80,7 @@ TEST(FirefoxProfileTest, NoProfileCountsZeroEverywhereAndDeletesNothing) {
 
 TEST(FirefoxProfileTest, QuitAsksFirefoxToTerminate) {
     Harness h(platform::Layout::MacOS, "");
-    h.cleaner->quitFirefox();
+    h.cleaner->remove("Auto Quit Firefox");
     EXPECT_EQ(h.apps->terminated, (std::vector<std::string>{"org.mozilla.firefox"}));
 }
 

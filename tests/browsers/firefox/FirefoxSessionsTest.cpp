@@ -36,7 +36,7 @@ TEST(FirefoxSessionsTest, CountsEntriesAndReportsBothFiles) {
     std::string session = "{\"windows\":[{\"tabs\":[" + kEntry + "a\"}," + kEntry + "b\"}]}]}";
     writeFile(h.store("sessionstore.js"), session);
     writeFile(h.store("sessionstore.bak"), std::string(100, 'x'));
-    EXPECT_EQ(h.cleaner->countFirefoxSessions(),
+    EXPECT_EQ(h.cleaner->count("Sessions").value(),
               (CountPair{2, static_cast<std::int64_t>(session.size()) + 100}));
 }
 
@@ -44,12 +44,12 @@ TEST(FirefoxSessionsTest, ASessionWithoutEntriesReportsOnlyTheBackup) {
     Harness h;
     writeFile(h.store("sessionstore.bak"), std::string(30, 'x'));
     // Without "sessionstore.js" nothing counts, whatever the backup.
-    EXPECT_EQ(h.cleaner->countFirefoxSessions(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{0, 0}));
     fs::remove(h.store("sessionstore.bak"));
     writeFile(h.store("sessionstore.js"), "{\"windows\":[]}");
-    EXPECT_EQ(h.cleaner->countFirefoxSessions(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{0, 0}));
     writeFile(h.store("sessionstore.bak"), std::string(30, 'x'));
-    EXPECT_EQ(h.cleaner->countFirefoxSessions(), (CountPair{0, 30}));
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{0, 30}));
 }
 
 TEST(FirefoxSessionsTest, AnUnreadableSessionIsLoggedAndCountsZero) {
@@ -58,7 +58,7 @@ TEST(FirefoxSessionsTest, AnUnreadableSessionIsLoggedAndCountsZero) {
     Harness h;
     writeFile(h.store("sessionstore.js"), kEntry + "abcdef");
     fs::permissions(h.store("sessionstore.js"), fs::perms::none);
-    EXPECT_EQ(h.cleaner->countFirefoxSessions(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{0, 0}));
     EXPECT_EQ(h.logLines("Error reading Firefox Sessions file").size(), 1u);
 }
 
@@ -69,12 +69,12 @@ TEST(FirefoxSessionsTest, DeleteRemovesBothFilesAndOnlyThem) {
     writeFile(h.dir / "outside/keep.txt", "mine");
     fs::create_symlink(h.dir / "outside/keep.txt", h.store("sessionstore.bak"));
     writeFile(h.store("sessionstore.jsonlz4"), "current");
-    h.cleaner->deleteFirefoxSessions();
+    h.cleaner->remove("Sessions");
     EXPECT_FALSE(fs::exists(h.store("sessionstore.js")));
     EXPECT_FALSE(fs::exists(fs::symlink_status(h.store("sessionstore.bak"))));
     EXPECT_EQ(readFile(h.dir / "outside/keep.txt"), "mine");
     EXPECT_TRUE(fs::exists(h.store("sessionstore.jsonlz4")));
-    EXPECT_EQ(h.cleaner->countFirefoxSessions(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{0, 0}));
 }
 
 } // namespace

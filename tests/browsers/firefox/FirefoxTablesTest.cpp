@@ -23,13 +23,13 @@ TEST(FirefoxDownloadsTest, CountsEveryRowButDeletesOnlyFinishedDownloads) {
     addDownload(db, 2, 0); // downloading
     addDownload(db, 3, 2); // failed
     addDownload(db, 4, 1);
-    EXPECT_EQ(h.cleaner->countFirefoxDownloadHistory(), (CountPair{4, 4 * 49}));
+    EXPECT_EQ(h.cleaner->count("Download History").value(), (CountPair{4, 4 * 49}));
 
-    h.cleaner->deleteFirefoxDownloadHistory();
+    h.cleaner->remove("Download History");
     EXPECT_EQ(rows(db, "SELECT id, state FROM moz_downloads ORDER BY id;"),
               (std::vector<std::string>{"2|0", "3|2"}));
     // What stays is counted again by the next scan.
-    EXPECT_EQ(h.cleaner->countFirefoxDownloadHistory(), (CountPair{2, 2 * 49}));
+    EXPECT_EQ(h.cleaner->count("Download History").value(), (CountPair{2, 2 * 49}));
     EXPECT_TRUE(h.logLines("SQLite failed query").empty());
 }
 
@@ -46,26 +46,26 @@ TEST_F(FirefoxFormHistoryTest, CountsBothTables) {
              "'guid1');");
     // 4 + 4 + 2 = 10
     exec(db, "INSERT INTO moz_deleted_formhistory VALUES (1, 5000, 'g2');");
-    EXPECT_EQ(h.cleaner->countFirefoxFormHistory(), (CountPair{2, 44}));
+    EXPECT_EQ(h.cleaner->count("Saved Form Information").value(), (CountPair{2, 44}));
 
-    h.cleaner->deleteFirefoxFormHistory();
+    h.cleaner->remove("Saved Form Information");
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_formhistory;"), 0);
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_deleted_formhistory;"), 0);
-    EXPECT_EQ(h.cleaner->countFirefoxFormHistory(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Saved Form Information").value(), (CountPair{0, 0}));
 }
 
 TEST_F(FirefoxFormHistoryTest, OneMissingTableStillCountsAndEmptiesTheOther) {
     exec(db, "CREATE TABLE moz_deleted_formhistory (id INTEGER PRIMARY KEY, timeDeleted INTEGER, "
              "guid TEXT);"
              "INSERT INTO moz_deleted_formhistory VALUES (1, 5000, 'g2');");
-    EXPECT_EQ(h.cleaner->countFirefoxFormHistory(), (CountPair{1, 10}));
-    h.cleaner->deleteFirefoxFormHistory();
+    EXPECT_EQ(h.cleaner->count("Saved Form Information").value(), (CountPair{1, 10}));
+    h.cleaner->remove("Saved Form Information");
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_deleted_formhistory;"), 0);
 }
 
 TEST_F(FirefoxFormHistoryTest, BothTablesMissingCountsZero) {
     exec(db, "CREATE TABLE other (x INTEGER); INSERT INTO other VALUES (1);");
-    EXPECT_EQ(h.cleaner->countFirefoxFormHistory(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Saved Form Information").value(), (CountPair{0, 0}));
 }
 
 TEST(FirefoxSignOnsTest, CountsAndEmptiesLoginsOnly) {
@@ -78,9 +78,9 @@ TEST(FirefoxSignOnsTest, CountsAndEmptiesLoginsOnly) {
     // 4 + 3 + 4 = 11
     exec(db, "INSERT INTO moz_deleted_logins VALUES (1, '{g}', 99);");
     exec(db, "INSERT INTO moz_disabledHosts VALUES (1, 'https://never.org');");
-    EXPECT_EQ(h.cleaner->countFirefoxSignOns(), (CountPair{2, 77}));
+    EXPECT_EQ(h.cleaner->count("Saved Passwords").value(), (CountPair{2, 77}));
 
-    h.cleaner->deleteFirefoxSignons();
+    h.cleaner->remove("Saved Passwords");
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_logins;"), 0);
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_deleted_logins;"), 0);
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM moz_disabledHosts;"), 1);
@@ -96,9 +96,9 @@ TEST(FirefoxSitePrefsTest, CountsBlobValuesByLengthAndEmptiesPrefsOnly) {
              "INSERT INTO prefs VALUES (1, 1, 1, X'010203', 0);"
              // 4 + 4 (NULL integer) + 4 + 0 (NULL blob) + 4 = 16
              "INSERT INTO prefs VALUES (2, NULL, 1, NULL, 5);");
-    EXPECT_EQ(h.cleaner->countFirefoxSitePrefs(), (CountPair{2, 35}));
+    EXPECT_EQ(h.cleaner->count("Site Preferences").value(), (CountPair{2, 35}));
 
-    h.cleaner->deleteFirefoxSitePrefs();
+    h.cleaner->remove("Site Preferences");
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM prefs;"), 0);
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM groups;"), 1);
     EXPECT_EQ(scalar(db, "SELECT count(*) FROM settings;"), 1);
@@ -106,14 +106,14 @@ TEST(FirefoxSitePrefsTest, CountsBlobValuesByLengthAndEmptiesPrefsOnly) {
 
 TEST(FirefoxTableItemsTest, MissingStoresCountZeroAndAreNeverCreated) {
     Harness h;
-    EXPECT_EQ(h.cleaner->countFirefoxDownloadHistory(), (CountPair{0, 0}));
-    EXPECT_EQ(h.cleaner->countFirefoxFormHistory(), (CountPair{0, 0}));
-    EXPECT_EQ(h.cleaner->countFirefoxSignOns(), (CountPair{0, 0}));
-    EXPECT_EQ(h.cleaner->countFirefoxSitePrefs(), (CountPair{0, 0}));
-    h.cleaner->deleteFirefoxDownloadHistory();
-    h.cleaner->deleteFirefoxFormHistory();
-    h.cleaner->deleteFirefoxSignons();
-    h.cleaner->deleteFirefoxSitePrefs();
+    EXPECT_EQ(h.cleaner->count("Download History").value(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Saved Form Information").value(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Saved Passwords").value(), (CountPair{0, 0}));
+    EXPECT_EQ(h.cleaner->count("Site Preferences").value(), (CountPair{0, 0}));
+    h.cleaner->remove("Download History");
+    h.cleaner->remove("Saved Form Information");
+    h.cleaner->remove("Saved Passwords");
+    h.cleaner->remove("Site Preferences");
     for (auto name :
          {"downloads.sqlite", "formhistory.sqlite", "signons.sqlite", "content-prefs.sqlite"})
         EXPECT_FALSE(fs::exists(h.store(name))) << name;
@@ -125,8 +125,8 @@ TEST(FirefoxTableItemsTest, AStoreThatIsALinkIsLeftAlone) {
     exec(outside, kContentPrefsSchema);
     exec(outside, "INSERT INTO prefs VALUES (1, 1, 1, X'01', 0);");
     fs::create_symlink(outside, h.store("content-prefs.sqlite"));
-    EXPECT_EQ(h.cleaner->countFirefoxSitePrefs(), (CountPair{0, 0}));
-    h.cleaner->deleteFirefoxSitePrefs();
+    EXPECT_EQ(h.cleaner->count("Site Preferences").value(), (CountPair{0, 0}));
+    h.cleaner->remove("Site Preferences");
     EXPECT_EQ(scalar(outside, "SELECT count(*) FROM prefs;"), 1);
 }
 
@@ -137,13 +137,13 @@ TEST(FirefoxTableItemsTest, DeletesRefreshTheCookieDeleteList) {
     exec(cookies, "INSERT INTO moz_cookies (id, name, host) VALUES (1, 'a', 'b.example');"
                   "INSERT INTO moz_cookies (id, name, host) VALUES (2, 'a', '.a.example');");
     ASSERT_TRUE(h.cookies->disAllowed(CookieBrowser::Firefox).empty());
-    h.cleaner->deleteFirefoxSitePrefs(); // no store: returns early, still refreshes
+    h.cleaner->remove("Site Preferences"); // no store: returns early, still refreshes
     EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Firefox),
               (std::vector<std::string>{"a.example", "b.example"}));
 
     exec(cookies, "DELETE FROM moz_cookies WHERE id = 1;");
     exec(h.store("downloads.sqlite"), kDownloadsSchema);
-    h.cleaner->deleteFirefoxDownloadHistory();
+    h.cleaner->remove("Download History");
     EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Firefox),
               (std::vector<std::string>{"a.example"}));
 }

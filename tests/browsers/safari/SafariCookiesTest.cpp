@@ -50,13 +50,13 @@ Cookie unusual(const std::string& domain) {
 
 TEST(SafariCookiesCount, TheCookiesOfBothFilesAndTheirSizes) {
     Harness h;
-    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), CountPair{});
     writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("c.example", "1")}})));
-    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.containerCookieFile())}));
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), (CountPair{1, sizeOf(h.containerCookieFile())}));
     writeBytes(h.cookieFile(),
                write(cookieFile({{cookie("a.example", "1"), cookie("a.example", "2")},
                                  {cookie("b.example", "3")}})));
-    EXPECT_EQ(h.cleaner->countSafariCookies(),
+    EXPECT_EQ(h.cleaner->count("Cookies").value(),
               (CountPair{4, sizeOf(h.cookieFile()) + sizeOf(h.containerCookieFile())}));
 }
 
@@ -65,13 +65,13 @@ TEST(SafariCookiesCount, AZeroLengthFileCountsNothingAndIsLeftAsItIs) {
     writeFile(h.cookieFile(), "");
     ageFile(h.cookieFile());
     const auto before = stamp(h.cookieFile());
-    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
-    h.cleaner->deleteSafariCookies();
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), CountPair{});
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(stamp(h.cookieFile()), before);
     EXPECT_TRUE(h.log.lines().empty());
     // Beside a file with cookies, it adds nothing.
     writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("c.example", "1")}})));
-    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.containerCookieFile())}));
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), (CountPair{1, sizeOf(h.containerCookieFile())}));
 }
 
 TEST(SafariCookiesCount, ALinkInPlaceOfTheFileIsNotRead) {
@@ -80,9 +80,9 @@ TEST(SafariCookiesCount, ALinkInPlaceOfTheFileIsNotRead) {
     writeBytes(elsewhere, write(cookieFile({{cookie("a.example", "1")}})));
     fs::create_directories(h.cookieFile().parent_path());
     fs::create_symlink(elsewhere, h.cookieFile());
-    EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), CountPair{});
     const auto before = stamp(elsewhere);
-    h.cleaner->deleteSafariCookies();
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(stamp(elsewhere), before);
     EXPECT_TRUE(fs::is_symlink(h.cookieFile()));
 }
@@ -103,7 +103,7 @@ TEST(SafariCookiesDelete, ExactlyTheKeptCookiesRemainAsTheyWereInTheirOrderAndPa
     ageFile(h.cookieFile());
     const auto before = stamp(h.cookieFile());
 
-    h.cleaner->deleteSafariCookies();
+    h.cleaner->remove("Cookies");
 
     EXPECT_NE(stamp(h.cookieFile()), before);
     auto expected = cookieFile({{unusual("k1.example")},
@@ -111,7 +111,7 @@ TEST(SafariCookiesDelete, ExactlyTheKeptCookiesRemainAsTheyWereInTheirOrderAndPa
                                 {cookie("k1.example", "4"), unusual("k2.example")}});
     expected.policy = policy; // and the page left empty is gone
     EXPECT_TRUE(readCookies(h.cookieFile()).sameContent(expected));
-    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{4, sizeOf(h.cookieFile())}));
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), (CountPair{4, sizeOf(h.cookieFile())}));
     EXPECT_TRUE(h.log.lines().empty());
 }
 
@@ -123,7 +123,7 @@ TEST(SafariCookiesDelete, ALeadingDotIsStrippedBeforeTheKeepListIsAsked) {
         write(cookieFile({{cookie(".example.com", "dot"), cookie("..example.com", "two"),
                            cookie("example.com", "none"), cookie(".www.example.com", "w")}})));
 
-    h.cleaner->deleteSafariCookies();
+    h.cleaner->remove("Cookies");
 
     EXPECT_EQ(domainsIn(readCookies(h.cookieFile())),
               (std::vector<std::string>{".example.com", "..example.com", "example.com"}));
@@ -139,14 +139,14 @@ TEST(SafariCookiesDelete, AllCookiesGoneLeavesNoPagesAndOnlyKeptOnesLeaveTheFile
     writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("kept.example", "1")}})));
     ageFile(h.containerCookieFile());
     const auto before = stamp(h.containerCookieFile());
-    h.cleaner->deleteSafariCookies();
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(stamp(h.containerCookieFile()), before);
     const auto after = readCookies(h.cookieFile());
     EXPECT_TRUE(after.pages.empty());
     EXPECT_EQ(after.policy, original.policy);
     // A file without cookies counts nothing, whatever its size.
     ASSERT_GT(sizeOf(h.cookieFile()), 0);
-    EXPECT_EQ(h.cleaner->countSafariCookies(), (CountPair{1, sizeOf(h.containerCookieFile())}));
+    EXPECT_EQ(h.cleaner->count("Cookies").value(), (CountPair{1, sizeOf(h.containerCookieFile())}));
 }
 
 TEST(SafariCookiesDelete, BothFilesAreCleanedAndThePermissionsKept) {
@@ -157,7 +157,7 @@ TEST(SafariCookiesDelete, BothFilesAreCleanedAndThePermissionsKept) {
                write(cookieFile({{cookie("kept.example", "k"), cookie("b.example", "2")}})));
     fs::permissions(h.containerCookieFile(), fs::perms::owner_read | fs::perms::owner_write);
 
-    h.cleaner->deleteSafariCookies();
+    h.cleaner->remove("Cookies");
 
     EXPECT_TRUE(domainsIn(readCookies(h.cookieFile())).empty());
     EXPECT_EQ(domainsIn(readCookies(h.containerCookieFile())),
@@ -184,10 +184,10 @@ TEST(SafariCookiesDelete, ADamagedFileIsLeftUntouchedAndCountsNothing) {
         writeBytes(h.cookieFile(), bytes);
         ageFile(h.cookieFile());
         const auto before = stamp(h.cookieFile());
-        EXPECT_EQ(h.cleaner->countSafariCookies(), CountPair{});
-        h.cleaner->deleteSafariCookies();
+        EXPECT_EQ(h.cleaner->count("Cookies").value(), CountPair{});
+        h.cleaner->remove("Cookies");
         EXPECT_EQ(stamp(h.cookieFile()), before);
-        h.cleaner->refreshSafariCookiesList();
+        h.cleaner->refreshCookies();
         EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Safari).empty());
     }
     EXPECT_EQ(h.logLines("Safari cookie file is damaged and was left as it is: ").size(), 3u);
@@ -215,7 +215,7 @@ TEST(SafariCookiesDelete, AFileWithBytesTheReaderDoesNotAccountForIsNotRewritten
         writeBytes(h.cookieFile(), bytes);
         ageFile(h.cookieFile());
         const auto before = stamp(h.cookieFile());
-        h.cleaner->deleteSafariCookies();
+        h.cleaner->remove("Cookies");
         EXPECT_EQ(stamp(h.cookieFile()), before);
     }
     EXPECT_EQ(h.logLines("Safari cookie file is damaged and was left as it is: ").size(), 3u);
@@ -239,7 +239,7 @@ TEST(SafariCookiesDelete, MutantsAreLeftAloneOrRewrittenWholeKeepingTheKeptCooki
                     if (CookieLists::stripLeadingDots(c.domain) == "kept.example")
                         kept.push_back(c);
         writeBytes(h.cookieFile(), bytes);
-        h.cleaner->deleteSafariCookies();
+        h.cleaner->remove("Cookies");
         const auto after = readBytes(h.cookieFile());
         if (after == bytes)
             continue;
@@ -260,7 +260,7 @@ TEST(SafariCookiesDelete, NothingIsDeletedWhenTheKeepListCouldNotBeRead) {
     writeBytes(h.cookieFile(), write(cookieFile({{cookie("a.example", "1")}})));
     ageFile(h.cookieFile());
     const auto before = stamp(h.cookieFile());
-    h.cleaner->deleteSafariCookies();
+    h.cleaner->remove("Cookies");
     EXPECT_EQ(stamp(h.cookieFile()), before);
     EXPECT_EQ(h.logLines("Safari cookies were not deleted").size(), 1u);
 }
@@ -281,8 +281,8 @@ TEST(SafariCookiesDelete, CorruptedFilesAreNeverRewritten) {
         ageFile(h.cookieFile());
         const auto before = stamp(h.cookieFile());
         const bool isReadable = read(bytes).has_value();
-        h.cleaner->countSafariCookies();
-        h.cleaner->deleteSafariCookies();
+        h.cleaner->count("Cookies").value();
+        h.cleaner->remove("Cookies");
         if (isReadable) {
             ++readable;
             EXPECT_TRUE(read(readBytes(h.cookieFile()))) << "round " << round;
@@ -304,7 +304,7 @@ TEST(SafariCookiesList, TheRefreshListsEveryDomainOnceWithoutDotsAndNotTheKeptOn
                write(cookieFile({{cookie(".b.example", "1"), cookie("b.example", "2")},
                                  {cookie("kept.example", "3"), cookie("A.example", "4")}})));
     writeBytes(h.containerCookieFile(), write(cookieFile({{cookie("..c.example", "5")}})));
-    h.cleaner->refreshSafariCookiesList();
+    h.cleaner->refreshCookies();
     EXPECT_EQ(h.cookies->disAllowed(CookieBrowser::Safari),
               (std::vector<std::string>{"A.example", "b.example", "c.example"}));
 }
@@ -312,15 +312,15 @@ TEST(SafariCookiesList, TheRefreshListsEveryDomainOnceWithoutDotsAndNotTheKeptOn
 TEST(SafariCookiesList, AfterADeleteOnlyWhatTheFilesStillHoldIsListed) {
     Harness h;
     writeBytes(h.cookieFile(), write(cookieFile({{cookie("a.example", "1")}})));
-    h.cleaner->refreshSafariCookiesList();
+    h.cleaner->refreshCookies();
     ASSERT_EQ(h.cookies->disAllowed(CookieBrowser::Safari), std::vector<std::string>{"a.example"});
     h.cookies->keep(CookieBrowser::Safari, "a.example");
     writeBytes(h.cookieFile(),
                write(cookieFile({{cookie("a.example", "1"), cookie(".z.example", "2")}})));
-    h.cleaner->refreshSafariCookiesList();
+    h.cleaner->refreshCookies();
     ASSERT_EQ(h.cookies->disAllowed(CookieBrowser::Safari), std::vector<std::string>{"z.example"});
 
-    h.cleaner->deleteSafariCookies();
+    h.cleaner->remove("Cookies");
 
     EXPECT_TRUE(h.cookies->disAllowed(CookieBrowser::Safari).empty());
     EXPECT_EQ(h.cookies->allowed(CookieBrowser::Safari), std::vector<std::string>{"a.example"});

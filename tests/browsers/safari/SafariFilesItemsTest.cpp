@@ -17,17 +17,17 @@ using tpc::test::ownSize;
 
 TEST(SafariCaches, NothingWithoutTheCachesOrTheSafariCacheFolder) {
     Harness h;
-    EXPECT_EQ(h.cleaner->countSafariCaches(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), CountPair{});
     fs::create_directories(h.cacheFolder().parent_path());
-    EXPECT_EQ(h.cleaner->countSafariCaches(), CountPair{});
-    h.cleaner->deleteSafariCaches();
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), CountPair{});
+    h.cleaner->remove("Internet Cache");
     EXPECT_TRUE(fs::is_directory(h.cacheFolder().parent_path()));
 }
 
 TEST(SafariCaches, AnEmptyCacheFolderCountsOnlyItsOwnSize) {
     Harness h;
     fs::create_directories(h.cacheFolder());
-    EXPECT_EQ(h.cleaner->countSafariCaches(), (CountPair{0, ownSize(h.cacheFolder())}));
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), (CountPair{0, ownSize(h.cacheFolder())}));
 }
 
 TEST(SafariCaches, EveryEntryAtAnyDepthCountsOnceWithItsOwnSize) {
@@ -44,7 +44,7 @@ TEST(SafariCaches, EveryEntryAtAnyDepthCountsOnceWithItsOwnSize) {
     for (const char* rel : {"Cache.db", "fsCachedData", "fsCachedData/ABC", "fsCachedData/deep",
                             "fsCachedData/deep/er", "fsCachedData/deep/er/DEF", "link"})
         size += ownSize(c / rel);
-    EXPECT_EQ(h.cleaner->countSafariCaches(), (CountPair{7, size}));
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), (CountPair{7, size}));
 }
 
 TEST(SafariCaches, TheDeleteRemovesTheFolderItselfAndNothingBeside) {
@@ -55,12 +55,12 @@ TEST(SafariCaches, TheDeleteRemovesTheFolderItselfAndNothingBeside) {
     fs::create_symlink(outside, h.cacheFolder() / "link");
     writeFile(h.cacheFolder().parent_path() / "com.other.App" / "data", "other");
 
-    h.cleaner->deleteSafariCaches();
+    h.cleaner->remove("Internet Cache");
 
     EXPECT_FALSE(fs::exists(fs::symlink_status(h.cacheFolder())));
     EXPECT_EQ(readFile(outside / "keep"), "keep");
     EXPECT_EQ(readFile(h.cacheFolder().parent_path() / "com.other.App" / "data"), "other");
-    EXPECT_EQ(h.cleaner->countSafariCaches(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), CountPair{});
 }
 
 TEST(SafariCaches, ALinkInPlaceOfTheCacheFolderIsNotWalkedAndGoesAsALink) {
@@ -69,8 +69,8 @@ TEST(SafariCaches, ALinkInPlaceOfTheCacheFolderIsNotWalkedAndGoesAsALink) {
     writeFile(outside / "keep", "keep");
     fs::create_directories(h.cacheFolder().parent_path());
     fs::create_symlink(outside, h.cacheFolder());
-    EXPECT_EQ(h.cleaner->countSafariCaches(), CountPair{});
-    h.cleaner->deleteSafariCaches();
+    EXPECT_EQ(h.cleaner->count("Internet Cache").value(), CountPair{});
+    h.cleaner->remove("Internet Cache");
     EXPECT_FALSE(fs::exists(fs::symlink_status(h.cacheFolder())));
     EXPECT_EQ(readFile(outside / "keep"), "keep");
 }
@@ -79,46 +79,46 @@ TEST(SafariCaches, ALinkInPlaceOfTheCacheFolderIsNotWalkedAndGoesAsALink) {
 
 TEST(SafariDownloads, CountsTheEntriesOfDownloadHistoryAndTheFileSize) {
     Harness h;
-    EXPECT_EQ(h.cleaner->countSafariDownloadsHistory(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Download History").value(), CountPair{});
     writePlist(h.store("Downloads.plist"), dictWithArray("DownloadHistory", 3));
-    EXPECT_EQ(h.cleaner->countSafariDownloadsHistory(),
+    EXPECT_EQ(h.cleaner->count("Download History").value(),
               (CountPair{3, ownSize(h.store("Downloads.plist"))}));
 }
 
 TEST(SafariDownloads, WithoutDownloadHistoryTheCountIsZeroAndTheSizeTheFiles) {
     Harness h;
     writePlist(h.store("Downloads.plist"), dictWithArray("SomethingElse", 3));
-    EXPECT_EQ(h.cleaner->countSafariDownloadsHistory(),
+    EXPECT_EQ(h.cleaner->count("Download History").value(),
               (CountPair{0, ownSize(h.store("Downloads.plist"))}));
     // Not an array, or not a property list at all: the same.
     writePlist(h.store("Downloads.plist"),
                core::Value(core::DictObj::make({{"DownloadHistory", "text"}})));
-    EXPECT_EQ(h.cleaner->countSafariDownloadsHistory().count, 0);
+    EXPECT_EQ(h.cleaner->count("Download History").value().count, 0);
     writeFile(h.store("Downloads.plist"), "garbage!");
-    EXPECT_EQ(h.cleaner->countSafariDownloadsHistory(), (CountPair{0, 8}));
+    EXPECT_EQ(h.cleaner->count("Download History").value(), (CountPair{0, 8}));
 }
 
 TEST(SafariDownloads, TheDeleteRemovesTheFileOnly) {
     Harness h;
     writePlist(h.store("Downloads.plist"), dictWithArray("DownloadHistory", 2));
     writeFile(h.store("History.plist"), "history");
-    h.cleaner->deleteSafariDownloadHistory();
+    h.cleaner->remove("Download History");
     EXPECT_FALSE(fs::exists(h.store("Downloads.plist")));
     EXPECT_EQ(readFile(h.store("History.plist")), "history");
-    h.cleaner->deleteSafariDownloadHistory(); // nothing left: nothing happens
-    EXPECT_EQ(h.cleaner->countSafariDownloadsHistory(), CountPair{});
+    h.cleaner->remove("Download History"); // nothing left: nothing happens
+    EXPECT_EQ(h.cleaner->count("Download History").value(), CountPair{});
 }
 
 // --- Auto quit and the catalogue --------------------------------------------------------------
 
 TEST(SafariItems, QuitAsksSafariByItsBundleIdentifier) {
     Harness h;
-    h.cleaner->quitSafari();
+    h.cleaner->remove("Auto Quit Safari");
     EXPECT_EQ(h.apps->terminated, std::vector<std::string>{"com.apple.Safari"});
 }
 
 TEST(SafariItems, TheCatalogueRowsInOrder) {
-    EXPECT_EQ(SafariCleaner::itemDescriptions(),
+    EXPECT_EQ(ItemRunner::descriptions(safariDef(), platform::Layout::MacOS),
               (std::vector<std::string>{"Internet History", "Internet Cache", "Cookies",
                                         "Download History", "Auto Quit Safari"}));
 }
@@ -129,22 +129,22 @@ TEST(SafariItems, EachRowReachesItsOperations) {
     writePlist(h.store("History.plist"), dictWithArray("WebHistoryDates", 5));
     writeFile(h.cacheFolder() / "Cache.db", "c");
 
-    EXPECT_EQ(h.cleaner->countItem("Download History"), h.cleaner->countSafariDownloadsHistory());
-    EXPECT_EQ(h.cleaner->countItem("Internet History")->count, 5);
-    EXPECT_EQ(h.cleaner->countItem("Internet Cache")->count, 1);
-    EXPECT_EQ(h.cleaner->countItem("Cookies"), CountPair{});
-    EXPECT_FALSE(h.cleaner->countItem("Auto Quit Safari"));
-    EXPECT_FALSE(h.cleaner->countItem("internet history"));
-    EXPECT_FALSE(h.cleaner->deleteItem("Sessions"));
+    EXPECT_EQ(h.cleaner->count("Download History"), h.cleaner->count("Download History").value());
+    EXPECT_EQ(h.cleaner->count("Internet History")->count, 5);
+    EXPECT_EQ(h.cleaner->count("Internet Cache")->count, 1);
+    EXPECT_EQ(h.cleaner->count("Cookies"), CountPair{});
+    EXPECT_FALSE(h.cleaner->count("Auto Quit Safari"));
+    EXPECT_FALSE(h.cleaner->count("internet history"));
+    EXPECT_FALSE(h.cleaner->remove("Sessions"));
     EXPECT_TRUE(h.apps->terminated.empty());
 
-    EXPECT_TRUE(h.cleaner->deleteItem("Download History"));
+    EXPECT_TRUE(h.cleaner->remove("Download History"));
     EXPECT_FALSE(fs::exists(h.store("Downloads.plist")));
-    EXPECT_TRUE(h.cleaner->deleteItem("Internet History"));
+    EXPECT_TRUE(h.cleaner->remove("Internet History"));
     EXPECT_FALSE(fs::exists(h.store("History.plist")));
-    EXPECT_TRUE(h.cleaner->deleteItem("Internet Cache"));
+    EXPECT_TRUE(h.cleaner->remove("Internet Cache"));
     EXPECT_FALSE(fs::exists(h.cacheFolder()));
-    EXPECT_TRUE(h.cleaner->deleteItem("Auto Quit Safari"));
+    EXPECT_TRUE(h.cleaner->remove("Auto Quit Safari"));
     EXPECT_EQ(h.apps->terminated, std::vector<std::string>{"com.apple.Safari"});
 }
 
@@ -159,19 +159,19 @@ TEST(SafariItems, SafariIsTheFirstBrowserOnTheMacosLayoutOnly) {
     const auto& safari = all.entries().front();
     EXPECT_EQ(safari.browser, Browser::Safari);
     EXPECT_EQ(safari.cookieBrowser, CookieBrowser::Safari);
-    EXPECT_EQ(safari.items, SafariCleaner::itemDescriptions());
+    EXPECT_EQ(safari.items, ItemRunner::descriptions(safariDef(), platform::Layout::MacOS));
     writePlist(mac.store("Downloads.plist"), dictWithArray("DownloadHistory", 4));
     EXPECT_EQ(safari.countItem("Download History")->count, 4);
     EXPECT_FALSE(safari.countItem("Auto Quit Safari"));
     EXPECT_TRUE(safari.deleteItem("Download History"));
     EXPECT_FALSE(fs::exists(mac.store("Downloads.plist")));
-    EXPECT_EQ(all.safari().countSafariDownloadsHistory(), CountPair{});
+    EXPECT_EQ(all.runner(Browser::Safari)->count("Download History").value(), CountPair{});
 
     Harness lx(platform::Layout::Linux);
     BrowserCleaners onLinux(CleanerEnv{*lx.platform, *lx.deleter, *lx.cookies, lx.log});
     EXPECT_EQ(onLinux.find("Safari"), nullptr);
     EXPECT_EQ(onLinux.entries().front().name, "Firefox");
-    EXPECT_EQ(onLinux.safari().countSafariHistory(), CountPair{});
+    EXPECT_EQ(onLinux.runner(Browser::Safari), nullptr);
 }
 
 } // namespace

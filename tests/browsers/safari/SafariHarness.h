@@ -3,8 +3,8 @@
 // stores: History.db with Safari's table layout, property lists, and cookie files.
 
 #include "browsers/CookieLists.h"
+#include "browsers/ItemRunner.h"
 #include "browsers/safari/BinaryCookies.h"
-#include "browsers/safari/SafariCleaner.h"
 #include "core/Clock.h"
 #include "core/Settings.h"
 #include "core/SystemLog.h"
@@ -90,7 +90,7 @@ public:
     std::unique_ptr<core::Settings> settings;
     std::unique_ptr<CookieLists> cookies;
     std::unique_ptr<erase::Deleter> deleter;
-    std::unique_ptr<SafariCleaner> cleaner;
+    std::unique_ptr<ItemRunner> cleaner;
 
     // Log lines that start with `prefix`.
     std::vector<std::string> logLines(const std::string& prefix) const;

@@ -17,24 +17,25 @@ std::int64_t rowsIn(const fs::path& db, const std::string& table) {
 
 TEST(SafariHistoryCount, NothingWithoutTheSafariFolder) {
     Harness h;
-    EXPECT_EQ(h.cleaner->countSafariHistory(), CountPair{});
-    h.cleaner->deleteSafariHistory();
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), CountPair{});
+    h.cleaner->remove("Internet History");
     EXPECT_FALSE(fs::exists(h.safariFolder()));
     fs::create_directories(h.safariFolder());
-    EXPECT_EQ(h.cleaner->countSafariHistory(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), CountPair{});
 }
 
 TEST(SafariHistoryCount, TheDatabaseCountsItsItemsAndItsWholeFileSize) {
     Harness h;
     makeHistoryDb(h.store("History.db"), 3);
-    EXPECT_EQ(h.cleaner->countSafariHistory(), (CountPair{3, fileSize(h.store("History.db"))}));
+    EXPECT_EQ(h.cleaner->count("Internet History").value(),
+              (CountPair{3, fileSize(h.store("History.db"))}));
 }
 
 TEST(SafariHistoryCount, ADatabaseWithZeroRowsCountsNothingAlthoughTheFileHasASize) {
     Harness h;
     makeHistoryDb(h.store("History.db"), 0);
     ASSERT_GT(fileSize(h.store("History.db")), 0);
-    EXPECT_EQ(h.cleaner->countSafariHistory(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), CountPair{});
 }
 
 TEST(SafariHistoryCount, WithBothStoresOnlyTheDatabaseCounts) {
@@ -42,7 +43,8 @@ TEST(SafariHistoryCount, WithBothStoresOnlyTheDatabaseCounts) {
     makeHistoryDb(h.store("History.db"), 2);
     writePlist(h.store("History.plist"), dictWithArray("WebHistoryDates", 9));
     writeFile(h.store("HistoryIndex.sk"), std::string(5000, 'i'));
-    EXPECT_EQ(h.cleaner->countSafariHistory(), (CountPair{2, fileSize(h.store("History.db"))}));
+    EXPECT_EQ(h.cleaner->count("Internet History").value(),
+              (CountPair{2, fileSize(h.store("History.db"))}));
 }
 
 TEST(SafariHistoryCount, TheDatabaseSizeIsCutToItsLow32Bits) {
@@ -52,31 +54,31 @@ TEST(SafariHistoryCount, TheDatabaseSizeIsCutToItsLow32Bits) {
     // A sparse tail past 4 GiB; SQLite goes by the page count in its header.
     const std::uint64_t big = (std::uint64_t{1} << 32) + 4096 * 16;
     fs::resize_file(db, big);
-    EXPECT_EQ(h.cleaner->countSafariHistory(), (CountPair{1, 4096 * 16}));
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), (CountPair{1, 4096 * 16}));
 }
 
 TEST(SafariHistoryCount, AnUnreadableDatabaseCountsNothingAndThePlistIsNotTried) {
     Harness h;
     writeFile(h.store("History.db"), std::string(4096, 'x'));
     writePlist(h.store("History.plist"), dictWithArray("WebHistoryDates", 4));
-    EXPECT_EQ(h.cleaner->countSafariHistory(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), CountPair{});
 }
 
 TEST(SafariHistoryCount, ThePlistCountsItsDatesAndTheSizesOfBothFiles) {
     Harness h;
     writePlist(h.store("History.plist"), dictWithArray("WebHistoryDates", 4));
     const auto plistSize = fileSize(h.store("History.plist"));
-    EXPECT_EQ(h.cleaner->countSafariHistory(), (CountPair{4, plistSize}));
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), (CountPair{4, plistSize}));
     writeFile(h.store("HistoryIndex.sk"), std::string(5000, 'i'));
-    EXPECT_EQ(h.cleaner->countSafariHistory(), (CountPair{4, plistSize + 5000}));
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), (CountPair{4, plistSize + 5000}));
 }
 
 TEST(SafariHistoryCount, AnUnreadablePlistCountsNoEntriesButItsSize) {
     Harness h;
     writeFile(h.store("History.plist"), "not a property list");
-    EXPECT_EQ(h.cleaner->countSafariHistory(), (CountPair{0, 19}));
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), (CountPair{0, 19}));
     writePlist(h.store("History.plist"), core::Value(core::ArrayObj::make({1, 2})));
-    EXPECT_EQ(h.cleaner->countSafariHistory().count, 0);
+    EXPECT_EQ(h.cleaner->count("Internet History").value().count, 0);
 }
 
 TEST(SafariHistoryCount, ALinkInPlaceOfTheDatabaseIsNeverOpened) {
@@ -85,8 +87,8 @@ TEST(SafariHistoryCount, ALinkInPlaceOfTheDatabaseIsNeverOpened) {
     makeHistoryDb(elsewhere, 2);
     fs::create_directories(h.safariFolder());
     fs::create_symlink(elsewhere, h.store("History.db"));
-    EXPECT_EQ(h.cleaner->countSafariHistory(), CountPair{});
-    h.cleaner->deleteSafariHistory();
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), CountPair{});
+    h.cleaner->remove("Internet History");
     EXPECT_EQ(rowsIn(elsewhere, "history_items"), 2);
     EXPECT_TRUE(fs::is_symlink(h.store("History.db")));
 }
@@ -99,7 +101,7 @@ TEST(SafariHistoryDelete, EmptiesTheFourTablesKeepsTheDatabaseAndRemovesThePlist
     writeFile(h.store("HistoryIndex.sk"), "index");
     writeFile(h.store("Bookmarks.plist"), "bookmarks");
 
-    h.cleaner->deleteSafariHistory();
+    h.cleaner->remove("Internet History");
 
     ASSERT_TRUE(fs::is_regular_file(db));
     for (const char* table : {"history_items", "history_visits", "history_tombstones", "metadata"})
@@ -108,7 +110,7 @@ TEST(SafariHistoryDelete, EmptiesTheFourTablesKeepsTheDatabaseAndRemovesThePlist
     EXPECT_FALSE(fs::exists(h.store("HistoryIndex.sk")));
     EXPECT_EQ(readFile(h.store("Bookmarks.plist")), "bookmarks");
     EXPECT_TRUE(h.logLines("SQLite failed query").empty());
-    EXPECT_EQ(h.cleaner->countSafariHistory(), CountPair{});
+    EXPECT_EQ(h.cleaner->count("Internet History").value(), CountPair{});
 }
 
 TEST(SafariHistoryDelete, ADamagedDatabaseIsLoggedAndThePlistAndIndexStillGo) {
@@ -117,7 +119,7 @@ TEST(SafariHistoryDelete, ADamagedDatabaseIsLoggedAndThePlistAndIndexStillGo) {
     writePlist(h.store("History.plist"), dictWithArray("WebHistoryDates", 2));
     writeFile(h.store("HistoryIndex.sk"), "index");
 
-    h.cleaner->deleteSafariHistory();
+    h.cleaner->remove("Internet History");
 
     const auto lines = h.logLines("SQLite failed query: ");
     ASSERT_EQ(lines.size(), 1u);
@@ -138,7 +140,7 @@ TEST(SafariHistoryDelete, TheLastStatementDecidesWhetherTheBatchIsLogged) {
              "INSERT INTO history_items (url) VALUES ('a'), ('b');"
              "INSERT INTO history_visits (history_item) VALUES (1);"
              "INSERT INTO metadata VALUES ('version', 1);");
-    h.cleaner->deleteSafariHistory();
+    h.cleaner->remove("Internet History");
     EXPECT_TRUE(h.logLines("SQLite failed query").empty());
     EXPECT_EQ(rowsIn(db, "history_items"), 0);
     EXPECT_EQ(rowsIn(db, "history_visits"), 0);
@@ -148,7 +150,7 @@ TEST(SafariHistoryDelete, TheLastStatementDecidesWhetherTheBatchIsLogged) {
 TEST(SafariHistoryDelete, ThePlistAloneIsRemovedWithoutADatabase) {
     Harness h;
     writePlist(h.store("History.plist"), dictWithArray("WebHistoryDates", 2));
-    h.cleaner->deleteSafariHistory();
+    h.cleaner->remove("Internet History");
     EXPECT_FALSE(fs::exists(h.store("History.plist")));
     EXPECT_FALSE(fs::exists(h.store("History.db"))); // no database is created
     EXPECT_TRUE(fs::is_directory(h.safariFolder()));
