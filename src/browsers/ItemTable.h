@@ -122,6 +122,8 @@ const BrowserDef& safariDef();
 const BrowserDef& firefoxDef();
 const BrowserDef& chromeFamilyDef(Browser browser);
 const BrowserDef& operaDef();
+// The linux layout's steps of the Chrome family's rows, for the browsers built on its stores.
+std::vector<Step> chromeFamilySteps(std::initializer_list<const char*> descriptions);
 // Any of the above by browser.
 const BrowserDef& browserDef(Browser browser);
 

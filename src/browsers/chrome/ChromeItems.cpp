@@ -251,6 +251,15 @@ BrowserDef chromeDef(const char* name, Browser browser, const char* bundle, cons
 
 } // namespace
 
+std::vector<Step> chromeFamilySteps(std::initializer_list<const char*> descriptions) {
+    std::vector<Step> steps;
+    for (const char* description : descriptions)
+        for (const auto& row : chromeRows())
+            if (row.layouts == Layouts::Linux && std::string_view(description) == row.description)
+                steps.insert(steps.end(), row.steps.begin(), row.steps.end());
+    return steps;
+}
+
 const BrowserDef& chromeFamilyDef(Browser browser) {
     static const BrowserDef defs[] = {
         chromeDef("Google Chrome", Browser::GoogleChrome, "com.google.Chrome", "Chrome"),

@@ -1,5 +1,6 @@
-// Opera: the Chrome family's stores in one data folder (no profile level), counted on fewer
-// tables than are emptied, plus the session database, the stash and the thumbnails database.
+// Opera: the Chrome family's stores in one data folder (no profile level). On macos they are
+// counted on fewer tables than are emptied, with the session database; on linux they are the
+// family's stores as today's releases keep them. Both have the stash and the thumbnails database.
 
 #include "browsers/ItemRunner.h"
 #include "erase/Deleter.h"
@@ -115,6 +116,8 @@ const BrowserDef& operaDef() {
     gpuCache.paths = {"GPUCache"};
     Step cookies{StepKind::Cookies};
     cookies.sql = quiet;
+    Step currentCookies{StepKind::Cookies};
+    currentCookies.sql = SqlMode::Current;
 
     static const BrowserDef def{
         "Opera",
@@ -124,16 +127,24 @@ const BrowserDef& operaDef() {
         "Opera",
         // Opera weighs 9 on the progress bar although it has eleven items.
         9,
-        {{"Internet History", Both, 1, {history, archived}},
+        {{"Internet History", MacOS, 1, {history, archived}},
+         {"Internet History", Linux, 1, chromeFamilySteps({"Internet History"})},
          {"Internet Cache", Both, 6, {webCache}},
-         {"Cookies", Both, 0, {cookies}},
+         {"Cookies", MacOS, 0, {cookies}},
+         {"Cookies", Linux, 0, {currentCookies}},
          {"Download History",
-          Both,
+          MacOS,
           2,
           {operaTables("History", operaTables({"downloads"}),
                        operaTables({"downloads", "downloads_url_chains"}), each)}},
+         {"Download History",
+          Linux,
+          2,
+          {operaTables("History",
+                       operaTables({"downloads", "downloads_url_chains", "downloads_slices"}), {},
+                       SqlMode::Current)}},
          {"Saved Form Information",
-          Both,
+          MacOS,
           3,
           {operaTables("Web Data",
                        operaTables({"autofill", "credit_cards", "keywords", "token_service"}),
@@ -143,12 +154,17 @@ const BrowserDef& operaDef() {
                                     "autofill_profiles_trash", "keywords", "token_service"}),
                        quiet)},
           Refresh::Always},
+         {"Saved Form Information", Linux, 3, chromeFamilySteps({"Saved Form Information"})},
          {"Saved Passwords",
-          Both,
+          MacOS,
           4,
           {operaTables("Login Data", operaTables({"logins"}), {}, quiet)},
           Refresh::Always},
-         {"Sessions", Both, 5, sessionRows},
+         {"Saved Passwords", Linux, 4, chromeFamilySteps({"Saved Passwords"})},
+         {"Sessions", MacOS, 5, sessionRows},
+         {"Sessions", Linux, 5,
+          // The older files first: until they are gone the newest is told apart from them.
+          chromeFamilySteps({"Last Session", "Last Tabs", "Current Session", "Current Tabs"})},
          {"Application Cache", Both, 7, {gpuCache}},
          {"Stash",
           Both,
@@ -163,6 +179,7 @@ const BrowserDef& operaDef() {
           9,
           {operaTables("thumbnails.db", operaTables({"thumbnails"}), {}, quiet)},
           Refresh::Always},
+         {"Site Storage", Linux, 10, chromeFamilySteps({"Site Storage"})},
          {"Site Preferences", Both, -1, {firefoxSitePrefs()}}},
         operaPlaces,
         {{"Cookies", "Network/Cookies"}, "cookies", "host_key"}};

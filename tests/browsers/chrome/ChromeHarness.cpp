@@ -80,9 +80,9 @@ std::int64_t chromeCookieSize(const std::string& host, const std::string& name) 
     return 5 * 8 + 9 * 4 + 1 + 1 + 2 + static_cast<std::int64_t>(host.size() + name.size());
 }
 
-BrowserHarness::BrowserHarness() {
+BrowserHarness::BrowserHarness(platform::Layout layout) {
     platform::PlatformOptions options;
-    options.layout = platform::Layout::Linux;
+    options.layout = layout;
     options.home = home();
     options.root = dir.path() / "root";
     options.runningApps = apps;

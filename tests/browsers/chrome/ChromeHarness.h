@@ -63,14 +63,16 @@ std::int64_t chromeCookieSize(const std::string& host, const std::string& name);
 
 class BrowserHarness {
 public:
-    BrowserHarness();
+    explicit BrowserHarness(platform::Layout layout = platform::Layout::Linux);
 
     fs::path home() const { return dir.path() / "home"; }
-    fs::path chromeProfile() const { return home() / ".config/google-chrome/Default"; }
+    fs::path chromeProfile() const {
+        return browsers::BrowserLocations(*platform).chromeProfile(browsers::Browser::GoogleChrome);
+    }
     fs::path chromeCache() const { return home() / ".cache/google-chrome"; }
     fs::path chromiumProfile() const { return home() / ".config/chromium/Default"; }
-    fs::path operaData() const { return home() / ".config/opera"; }
-    fs::path operaWebCache() const { return home() / ".cache/opera/Cache"; }
+    fs::path operaData() const { return browsers::BrowserLocations(*platform).operaData(); }
+    fs::path operaWebCache() const { return browsers::BrowserLocations(*platform).operaWebCache(); }
 
     browsers::CleanerEnv env() { return {*platform, *deleter, *cookies, log}; }
     // Replaces the "Cookies" settings file with `content` and loads the cookie lists anew.

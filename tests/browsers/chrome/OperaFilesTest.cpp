@@ -20,7 +20,7 @@ using test::writeFile;
 
 class OperaFilesTest : public ::testing::Test {
 protected:
-    BrowserHarness h;
+    BrowserHarness h{platform::Layout::MacOS};
     ItemRunner opera{h.env(), operaDef()};
 };
 
@@ -85,22 +85,32 @@ TEST_F(OperaFilesTest, UnreadableKeepListsDeleteNoOperaCookie) {
     EXPECT_EQ(cookies.rows("cookies"), 1);
 }
 
-TEST_F(OperaFilesTest, TheDefaultSubfolderIsUsedWhenPresent) {
-    auto folder = h.operaData() / "Default";
+// On linux the data folder is "Default" when present, with the Chrome family's stores of today.
+TEST(OperaLinuxTest, TheDefaultSubfolderHoldsTheFamilysCurrentStores) {
+    BrowserHarness h;
+    ItemRunner opera{h.env(), operaDef()};
+    auto folder = h.home() / ".config/opera/Default";
     Db cookies(folder / "Network/Cookies");
     cookies.exec(test::schema::kCookies);
     insertChromeCookie(cookies, "a.example", "1");
-    test::writeFile(folder / "session.dbak", "b");
+    test::writeFile(folder / "Sessions/Session_13300000000000000", "old");
+    test::writeFile(folder / "Sessions/Session_13300000000000001", "new");
 
     EXPECT_EQ(opera.count("Cookies").value(),
               (CountPair{1, test::chromeCookieSize("a.example", "1")}));
+    EXPECT_EQ(opera.count("Sessions").value(), (CountPair{2, 6}));
     opera.remove("Cookies");
     opera.remove("Sessions");
     EXPECT_EQ(cookies.rows("cookies"), 0);
-    EXPECT_FALSE(fs::exists(folder / "session.dbak"));
+    EXPECT_FALSE(fs::exists(folder / "Sessions/Session_13300000000000000"));
+    EXPECT_FALSE(fs::exists(folder / "Sessions/Session_13300000000000001"));
+    EXPECT_EQ(ItemRunner::descriptions(operaDef(), platform::Layout::Linux).end()[-2],
+              "Site Storage");
 }
 
-TEST_F(OperaFilesTest, SitePreferencesWorkOnFirefoxsStore) {
+TEST(OperaSitePreferencesTest, SitePreferencesWorkOnFirefoxsStore) {
+    BrowserHarness h;
+    ItemRunner opera{h.env(), operaDef()};
     auto profile = h.home() / ".mozilla/firefox/abcd1234.default";
     Db prefs(profile / "content-prefs.sqlite");
     prefs.exec(test::schema::kFirefoxContentPrefs);

@@ -34,7 +34,7 @@ constexpr CountPair kOperaHistoryPair{4, 72 + 16 + 12};
 
 class OperaStoresTest : public ::testing::Test {
 protected:
-    BrowserHarness h;
+    BrowserHarness h{platform::Layout::MacOS};
     ItemRunner opera{h.env(), operaDef()};
 
     void SetUp() override { fs::create_directories(h.operaData()); }
