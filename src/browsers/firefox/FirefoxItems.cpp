@@ -3,8 +3,8 @@
 // places.sqlite (FirefoxHistory.h), downloads in downloads.sqlite, logins in signons.sqlite, the
 // session as "sessionstore.js". The linux rows reach the stores as today's releases keep them:
 // history with origins, annotations and page icons, downloads as annotations of places, logins in
-// "logins.json" (with a key from "key4.db", which also holds certificate keys and the primary
-// password and so stays), sessions compressed and in "sessionstore-backups".
+// "logins.db" or "logins.json" (with a key from "key4.db", which also holds certificate keys and
+// the primary password and so stays), sessions compressed and in "sessionstore-backups".
 
 #include "browsers/ItemRunner.h"
 #include "browsers/SiteStorage.h"
@@ -274,7 +274,13 @@ const BrowserDef& firefoxDef() {
         "org.mozilla.firefox",
         "Firefox",
         10,
-        {{"Internet History", Both, 1, {custom(countHistory, removeHistory)}},
+        {{"Internet History", MacOS, 1, {custom(countHistory, removeHistory)}},
+         // With the sites the bounce tracking protection saw.
+         {"Internet History",
+          Linux,
+          1,
+          {custom(countHistory, removeHistory),
+           ffTables("bounce-tracking-protection.sqlite", {{"sites"}}, current)}},
          {"Internet Cache", Both, 7, {ffTree(StepKind::Folder, Base::WebCache, "", false)}},
          {"Cookies", MacOS, 0, {cookies}},
          {"Cookies", Linux, 0, {currentCookies}},
@@ -311,8 +317,10 @@ const BrowserDef& firefoxDef() {
          {"Saved Passwords",
           Linux,
           4,
-          {ffTables("signons.sqlite", legacyLogins, current), custom(countLoginFiles, nullptr),
-           ffFiles({"logins.json", "logins-backup.json"}, false)},
+          // Today's store keeps local and synced logins and the breach alerts seen for them.
+          {ffTables("signons.sqlite", legacyLogins, current),
+           ffTables("logins.db", {{"loginsL"}, {"loginsM"}, {"breachesL"}}, current),
+           custom(countLoginFiles, nullptr), ffFiles({"logins.json", "logins-backup.json"}, false)},
           always},
          {"Sessions",
           MacOS,

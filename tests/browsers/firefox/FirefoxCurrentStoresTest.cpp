@@ -88,6 +88,23 @@ TEST_F(FirefoxCurrentStoresTest, LoginsAreTheEntriesOfLoginsJsonAndTheKeyStoreSt
     EXPECT_EQ(h.cleaner->count("Saved Passwords").value(), CountPair{});
 }
 
+TEST_F(FirefoxCurrentStoresTest, LoginsDbLosesItsLoginsAndKeepsItsSyncState) {
+    exec(h.store("logins.db"),
+         "CREATE TABLE loginsL (id INTEGER PRIMARY KEY, origin TEXT NOT NULL);"
+         "CREATE TABLE loginsM (id INTEGER PRIMARY KEY, origin TEXT NOT NULL);"
+         "CREATE TABLE breachesL (id INTEGER PRIMARY KEY, origin TEXT);"
+         "CREATE TABLE loginsSyncMeta (key TEXT PRIMARY KEY, value NOT NULL);"
+         "INSERT INTO loginsL VALUES(1,'https://a.example'),(2,'https://b.example');"
+         "INSERT INTO loginsM VALUES(1,'https://c.example');"
+         "INSERT INTO loginsSyncMeta VALUES('last_sync', 1);");
+    EXPECT_EQ(h.cleaner->count("Saved Passwords").value().count, 3);
+    h.cleaner->remove("Saved Passwords");
+    EXPECT_EQ(scalar(h.store("logins.db"), "SELECT COUNT(*) FROM loginsL") +
+                  scalar(h.store("logins.db"), "SELECT COUNT(*) FROM loginsM"),
+              0);
+    EXPECT_EQ(scalar(h.store("logins.db"), "SELECT COUNT(*) FROM loginsSyncMeta"), 1);
+}
+
 TEST_F(FirefoxCurrentStoresTest, SessionsAreTheCompressedFileAndTheBackupsFolder) {
     writeFile(h.store("sessionstore.jsonlz4"), std::string(100, 's'));
     writeFile(h.store("sessionstore-backups/recovery.jsonlz4"), std::string(40, 'r'));
