@@ -5,9 +5,9 @@
 #include "FuzzSupport.h"
 
 #include "browsers/safari/BinaryCookies.h"
-#include "browsers/safari/SafariFiles.h"
 #include "core/PropertyList.h"
 #include "fs/Entries.h"
+#include "fs/FileSnapshot.h"
 
 #include <stdexcept>
 
@@ -28,7 +28,7 @@ bool kept(const safari::Cookie& cookie) {
 bool deleteCookiesIn(const std::filesystem::path& path) {
     if (!tpc::fs::isRegularFileNoFollow(path))
         return false;
-    auto snapshot = safari::readSnapshot(path, 256ull << 20);
+    auto snapshot = tpc::fs::readSnapshot(path, 256ull << 20);
     if (!snapshot)
         return false;
     auto cookies = safari::read(snapshot->bytes);
@@ -46,7 +46,7 @@ bool deleteCookiesIn(const std::filesystem::path& path) {
     } catch (const std::exception&) {
         return false;
     }
-    if (!safari::unchangedSince(path, *snapshot))
+    if (!tpc::fs::unchangedSince(path, *snapshot))
         return false;
     return plist::writeFileAtomically(path, bytes, snapshot->mode & 07777);
 }

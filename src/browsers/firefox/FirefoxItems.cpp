@@ -12,14 +12,11 @@
 #include "browsers/firefox/FirefoxSessions.h"
 #include "core/SystemLog.h"
 #include "fs/Entries.h"
+#include "fs/FileSnapshot.h"
 #include "fs/Folders.h"
 #include "platform/Platform.h"
 
 #include <nlohmann/json.hpp>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace tpc::browsers {
 
@@ -37,20 +34,11 @@ std::int64_t countSessionEntries(std::string_view bytes) {
 }
 
 std::optional<std::string> readWholeFile(const fs::path& path) {
-    tpc::fs::UniqueFd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat st {};
-    if (!fd || ::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode))
-        return std::nullopt;
-    std::string bytes(static_cast<std::size_t>(st.st_size), '\0');
-    for (std::size_t done = 0; done < bytes.size();) {
-        const ssize_t n = ::read(fd.get(), bytes.data() + done, bytes.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return std::nullopt;
-        done += static_cast<std::size_t>(n);
-    }
-    return bytes;
+    // Far beyond any real session or logins file.
+    auto snapshot = tpc::fs::readSnapshot(path, 1ull << 30);
+    return snapshot ? std::optional<std::string>(std::in_place, snapshot->bytes.begin(),
+                                                 snapshot->bytes.end())
+                    : std::nullopt;
 }
 
 } // namespace firefox
@@ -109,7 +97,7 @@ bool placesHaveOrigins(const StepContext& c) {
            std::find(names.names.begin(), names.names.end(), "moz_origins") != names.names.end();
 }
 
-CountPair countHistory(const StepContext& c) {
+CountPair countFirefoxHistory(const StepContext& c) {
     auto places = ffStore(c.place, "places.sqlite");
     if (!places)
         return {};
@@ -124,7 +112,7 @@ CountPair countHistory(const StepContext& c) {
     return tables.allFailed() ? CountPair{} : firefox::planFirefoxHistory(tables).count;
 }
 
-void removeHistory(const StepContext& c) {
+void removeFirefoxHistory(const StepContext& c) {
     auto places = ffStore(c.place, "places.sqlite");
     if (!places)
         return;
@@ -274,12 +262,12 @@ const BrowserDef& firefoxDef() {
         "org.mozilla.firefox",
         "Firefox",
         10,
-        {{"Internet History", MacOS, 1, {custom(countHistory, removeHistory)}},
+        {{"Internet History", MacOS, 1, {custom(countFirefoxHistory, removeFirefoxHistory)}},
          // With the sites the bounce tracking protection saw.
          {"Internet History",
           Linux,
           1,
-          {custom(countHistory, removeHistory),
+          {custom(countFirefoxHistory, removeFirefoxHistory),
            ffTables("bounce-tracking-protection.sqlite", {{"sites"}}, current)}},
          {"Internet Cache", Both, 7, {ffTree(StepKind::Folder, Base::WebCache, "", false)}},
          {"Cookies", MacOS, 0, {cookies}},

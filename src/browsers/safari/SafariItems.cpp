@@ -8,11 +8,11 @@
 
 #include "browsers/ItemRunner.h"
 #include "browsers/safari/BinaryCookies.h"
-#include "browsers/safari/SafariFiles.h"
 #include "core/PropertyList.h"
 #include "core/SystemLog.h"
 #include "core/Value.h"
 #include "fs/Entries.h"
+#include "fs/FileSnapshot.h"
 #include "fs/TreeMeasure.h"
 
 namespace tpc::browsers {
@@ -39,7 +39,7 @@ std::int64_t arrayEntries(const fs::path& file, const char* key) {
 // The database stands for its rows as a whole: its size is the history's size whenever it holds
 // at least one row (both in 32 bits). Only without a database is the older property-list store
 // looked at: the entries of "WebHistoryDates", sized with History.plist and HistoryIndex.sk.
-CountPair countHistory(const StepContext& c) {
+CountPair countSafariHistory(const StepContext& c) {
     if (auto db = safariStore(c, "History.db")) {
         SQLite sqlite;
         sqlite.setfileName("History.db");
@@ -64,7 +64,7 @@ CountPair countHistory(const StepContext& c) {
 
 // Every entry below the cache folder, at any depth, adds 1 and its size; the folder's own size
 // counts too.
-CountPair countCaches(const StepContext& c) {
+CountPair countSafariCaches(const StepContext& c) {
     const auto& cache = c.place.cache;
     if (!tpc::fs::isFolderFollowingLinks(cache.parent_path()) || !tpc::fs::isFolderNoFollow(cache))
         return {};
@@ -73,7 +73,7 @@ CountPair countCaches(const StepContext& c) {
             static_cast<std::int64_t>(tpc::fs::entrySizeNoFollow(cache) + totals.bytes)};
 }
 
-CountPair countDownloads(const StepContext& c) {
+CountPair countSafariDownloads(const StepContext& c) {
     auto plist = safariStore(c, "Downloads.plist");
     return plist ? CountPair{arrayEntries(*plist, "DownloadHistory"),
                              static_cast<std::int64_t>(tpc::fs::entrySizeNoFollow(*plist))}
@@ -84,13 +84,14 @@ CountPair countDownloads(const StepContext& c) {
 constexpr std::uint64_t kLargestCookieFile = 256ull << 20;
 
 struct LoadedCookies {
-    FileSnapshot file;
+    tpc::fs::FileSnapshot file;
     std::optional<CookieFile> cookies; // nullopt: damaged (a zero-length file too)
 };
 
 std::optional<LoadedCookies> loadCookieFile(const fs::path& path) {
-    auto snapshot = tpc::fs::isRegularFileNoFollow(path) ? readSnapshot(path, kLargestCookieFile)
-                                                         : std::nullopt;
+    auto snapshot = tpc::fs::isRegularFileNoFollow(path)
+                        ? tpc::fs::readSnapshot(path, kLargestCookieFile)
+                        : std::nullopt;
     if (!snapshot)
         return std::nullopt;
     LoadedCookies loaded{std::move(*snapshot), std::nullopt};
@@ -100,7 +101,7 @@ std::optional<LoadedCookies> loadCookieFile(const fs::path& path) {
 
 // Each file answers its cookies and its size; a file without cookies (damaged or empty) answers
 // [0, 0] whatever its size.
-CountPair countCookies(const StepContext& c) {
+CountPair countSafariCookies(const StepContext& c) {
     CountPair total;
     for (const auto& path : c.env.locations().safariCookieFiles()) {
         auto loaded = loadCookieFile(path);
@@ -113,7 +114,7 @@ CountPair countCookies(const StepContext& c) {
     return total;
 }
 
-void refreshCookies(const CleanerEnv& env, const BrowserDef&) {
+void refreshSafariCookies(const CleanerEnv& env, const BrowserDef&) {
     std::vector<std::string> domains;
     for (const auto& path : env.locations().safariCookieFiles())
         if (auto loaded = loadCookieFile(path); loaded && loaded->cookies)
@@ -124,7 +125,7 @@ void refreshCookies(const CleanerEnv& env, const BrowserDef&) {
 }
 
 // Rewrites one cookie file without the cookies that are not kept.
-void deleteCookiesIn(const CleanerEnv& env, const fs::path& path) {
+void deleteSafariCookiesIn(const CleanerEnv& env, const fs::path& path) {
     auto loaded = loadCookieFile(path);
     if (!loaded)
         return;
@@ -155,7 +156,7 @@ void deleteCookiesIn(const CleanerEnv& env, const fs::path& path) {
         env.log.log("Safari cookie file could not be written: " + path.string() + ", " + e.what());
         return;
     }
-    if (!unchangedSince(path, loaded->file)) {
+    if (!tpc::fs::unchangedSince(path, loaded->file)) {
         env.log.log("Safari cookie file changed while it was being cleaned and was left as it "
                     "is: " +
                     path.string());
@@ -166,15 +167,15 @@ void deleteCookiesIn(const CleanerEnv& env, const fs::path& path) {
         env.log.log("Safari cookie file could not be written: " + path.string() + ", " + error);
 }
 
-void deleteCookies(const StepContext& c) {
+void deleteSafariCookies(const StepContext& c) {
     if (!c.env.cookies.cookieDeletesAllowed()) {
         c.env.log.log("Safari cookies were not deleted: the list of cookies to keep could not be "
                       "read");
         return;
     }
     for (const auto& path : c.env.locations().safariCookieFiles())
-        deleteCookiesIn(c.env, path);
-    refreshCookies(c.env, c.browser);
+        deleteSafariCookiesIn(c.env, path);
+    refreshSafariCookies(c.env, c.browser);
 }
 
 Step safariStep(Base base, CountPair (*count)(const StepContext&),
@@ -187,7 +188,7 @@ Step safariStep(Base base, CountPair (*count)(const StepContext&),
 
 // Empties the four History.db tables (the file stays), and removes History.plist and
 // HistoryIndex.sk.
-std::vector<Step> historySteps() {
+std::vector<Step> safariHistorySteps() {
     Step tables{StepKind::Tables};
     tables.paths = {"History.db"};
     tables.count = {{"history_items"}, {"history_visits"}, {"history_tombstones"}, {"metadata"}};
@@ -195,7 +196,7 @@ std::vector<Step> historySteps() {
     Step files{StepKind::Files};
     files.paths = {"History.plist", "HistoryIndex.sk"};
     files.counts = false;
-    return {safariStep(Base::Profile, countHistory, nullptr), tables, files};
+    return {safariStep(Base::Profile, countSafariHistory, nullptr), tables, files};
 }
 
 std::vector<Place> safariPlaces(const CleanerEnv& env, Browser) {
@@ -221,16 +222,16 @@ const BrowserDef& safariDef() {
         "com.apple.Safari",
         "Safari",
         5,
-        {{"Internet History", Both, 1, historySteps()},
-         {"Internet Cache", Both, 2, {safariStep(Base::Cache, countCaches, nullptr), caches}},
-         {"Cookies", Both, 0, {safariStep(Base::Cache, countCookies, deleteCookies)}},
+        {{"Internet History", Both, 1, safariHistorySteps()},
+         {"Internet Cache", Both, 2, {safariStep(Base::Cache, countSafariCaches, nullptr), caches}},
+         {"Cookies", Both, 0, {safariStep(Base::Cache, countSafariCookies, deleteSafariCookies)}},
          {"Download History",
           Both,
           3,
-          {safariStep(Base::Profile, countDownloads, nullptr), downloads}}},
+          {safariStep(Base::Profile, countSafariDownloads, nullptr), downloads}}},
         safariPlaces,
         {},
-        refreshCookies};
+        refreshSafariCookies};
     return def;
 }
 

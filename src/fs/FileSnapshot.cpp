@@ -1,16 +1,13 @@
-#include "browsers/safari/SafariFiles.h"
-
-#include "fs/Entries.h"
-#include "fs/TreeMeasure.h"
+#include "fs/FileSnapshot.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace tpc::browsers::safari {
+namespace tpc::fs {
 
-std::optional<FileSnapshot> readSnapshot(const fs::path& path, std::uint64_t limit) {
+std::optional<FileSnapshot> readSnapshot(const std::filesystem::path& path, std::uint64_t limit) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
         return std::nullopt;
@@ -45,7 +42,7 @@ std::optional<FileSnapshot> readSnapshot(const fs::path& path, std::uint64_t lim
     return snap;
 }
 
-bool unchangedSince(const fs::path& path, const FileSnapshot& snapshot) {
+bool unchangedSince(const std::filesystem::path& path, const FileSnapshot& snapshot) {
     struct stat st {};
     if (::lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
         return false;
@@ -55,4 +52,4 @@ bool unchangedSince(const fs::path& path, const FileSnapshot& snapshot) {
            static_cast<off_t>(snapshot.bytes.size()) == st.st_size;
 }
 
-} // namespace tpc::browsers::safari
+} // namespace tpc::fs
