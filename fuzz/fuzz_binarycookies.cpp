@@ -24,7 +24,7 @@ bool kept(const safari::Cookie& cookie) {
     return length % 2 == 0;
 }
 
-// The cleaner's rewrite of one file, step by step (SafariCleaner::deleteCookiesIn).
+// The cleaner's rewrite of one file, step by step (as the Safari cookie item does it).
 bool deleteCookiesIn(const std::filesystem::path& path) {
     if (!tpc::fs::isRegularFileNoFollow(path))
         return false;
