@@ -3,7 +3,7 @@
 
 #include "FuzzSupport.h"
 
-#include "browsers/firefox/FirefoxProfiles.h"
+#include "browsers/FirefoxProfiles.h"
 
 #include <sys/stat.h>
 

@@ -1,6 +1,6 @@
 #include "browsers/BrowserLocations.h"
 
-#include "browsers/firefox/FirefoxProfiles.h"
+#include "browsers/FirefoxProfiles.h"
 #include "fs/Entries.h"
 #include "fs/Folders.h"
 #include "platform/Platform.h"

@@ -1,4 +1,4 @@
-#include "browsers/firefox/FirefoxProfiles.h"
+#include "browsers/FirefoxProfiles.h"
 #include "browsers/BrowserLocations.h"
 #include "platform/Platform.h"
 

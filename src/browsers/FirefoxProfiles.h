@@ -1,5 +1,5 @@
 #pragma once
-// Finding the Firefox profile in use inside a profiles folder.
+// Finding the Firefox profiles inside a profiles folder (profiles.ini), for the browser locations.
 
 #include <filesystem>
 #include <optional>

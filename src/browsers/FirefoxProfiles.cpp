@@ -1,4 +1,4 @@
-#include "browsers/firefox/FirefoxProfiles.h"
+#include "browsers/FirefoxProfiles.h"
 
 #include "fs/Entries.h"
 #include "fs/Folders.h"
