@@ -268,6 +268,11 @@ BrowserDriver::CleanPlan BrowserDriver::planFor(const std::string& browser,
             plan.quit = true;
         plan.items.push_back(name);
     }
+    // Today's session files tell the current session from the last ones only by being the
+    // newest: the last ones go first, so the current one is not taken for one of them.
+    if (ctx_.platform.layout() == platform::Layout::Linux)
+        std::stable_partition(plan.items.begin(), plan.items.end(),
+                              [](const std::string& item) { return item.starts_with("Last "); });
     return plan;
 }
 

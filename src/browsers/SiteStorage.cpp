@@ -1,5 +1,6 @@
 #include "browsers/SiteStorage.h"
 
+#include "browsers/StoreTables.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
 #include "fs/Entries.h"
@@ -56,6 +57,19 @@ std::optional<std::string> firefoxOriginHost(const std::string& folderName) {
     return host;
 }
 
+std::optional<std::string> webOriginHost(std::string_view origin) {
+    const auto sep = origin.find("://");
+    if (sep == std::string_view::npos || !siteStorageWebScheme(std::string(origin.substr(0, sep))))
+        return std::nullopt;
+    const auto rest = origin.substr(sep + 3);
+    const auto end =
+        !rest.empty() && rest.front() == '[' ? rest.find(']') + 1 : rest.find_first_of(":/");
+    const auto host = rest.substr(0, std::min(end, rest.size()));
+    if (host.empty() || host == "[]" || end == 0)
+        return std::nullopt;
+    return std::string(host);
+}
+
 SiteStorage::SiteStorage(const CookieLists& cookies, CookieBrowser list)
     : cookies_(cookies), list_(list), readable_(cookies.cookieDeletesAllowed()),
       keepsAny_(!cookies.allowed(list).empty()) {}
@@ -73,6 +87,12 @@ void SiteStorage::addShared(const fs::path& store) {
     if (!readable_)
         return;
     (keepsAny_ ? sharedKept_ : removed_).push_back(store);
+}
+
+void SiteStorage::addSiteRows(const fs::path& store, std::string table, std::string column,
+                              bool origins) {
+    if (readable_ && tpc::fs::isRegularFileNoFollow(store))
+        siteRows_.push_back({store, std::move(table), std::move(column), origins});
 }
 
 CountPair SiteStorage::measure() const {
@@ -99,6 +119,22 @@ void SiteStorage::remove(const CleanerEnv& env, const std::string& browserName) 
         paths.push_back(entry.string());
     if (!paths.empty())
         env.deleter.deleteFiles(paths);
+    for (const auto& rows : siteRows_) {
+        SQLite db;
+        db.setfilePath(rows.store.string());
+        SQLiteResult result;
+        db.query("SELECT " + rows.column + " FROM " + rows.table + ";", result);
+        std::string gone;
+        for (const auto& row : result.rows()) {
+            const auto& value = SQLiteResult::text(row.front());
+            const auto host = rows.origins ? webOriginHost(value) : std::optional(value);
+            if (host && !host->empty() && !hostKept(*host))
+                gone += (gone.empty() ? "'" : ", '") + sqlQuote(value) + "'";
+        }
+        if (!gone.empty())
+            stores::emptyStore(env, browserName, rows.store,
+                               {{rows.table, rows.column + " IN (" + gone + ")"}});
+    }
     if (sharedKept_.empty())
         return;
     std::string kept;

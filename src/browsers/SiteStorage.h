@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tpc::browsers {
@@ -26,6 +27,10 @@ std::optional<std::string> chromiumOriginHost(const std::string& origin);
 // nullopt for anything but an http or https origin.
 std::optional<std::string> firefoxOriginHost(const std::string& folderName);
 
+// The host of a web origin ("https://example.com", "http://127.0.0.1:8080/", "http://[::1]:80");
+// nullopt for anything but an http or https origin.
+std::optional<std::string> webOriginHost(std::string_view origin);
+
 // What one clean of a browser's site storage removes, gathered over its profiles.
 class SiteStorage {
 public:
@@ -37,6 +42,10 @@ public:
     void addOrigin(const std::filesystem::path& entry, const std::string& host);
     // A store every site shares: removed only while nothing is kept.
     void addShared(const std::filesystem::path& store);
+    // A table of the browser's own records of each site's storage: the rows whose `column` (a
+    // host, or an origin when `origins`) names a host not kept go with that storage.
+    void addSiteRows(const std::filesystem::path& store, std::string table, std::string column,
+                     bool origins);
 
     const std::vector<std::filesystem::path>& removed() const { return removed_; }
     const std::vector<std::filesystem::path>& sharedKept() const { return sharedKept_; }
@@ -54,6 +63,13 @@ private:
     bool keepsAny_;
     std::vector<std::filesystem::path> removed_;
     std::vector<std::filesystem::path> sharedKept_;
+    struct SiteRows {
+        std::filesystem::path store;
+        std::string table;
+        std::string column;
+        bool origins;
+    };
+    std::vector<SiteRows> siteRows_;
 };
 
 } // namespace tpc::browsers

@@ -107,6 +107,7 @@ SiteStorage chromeSiteStorage(const StepContext& c) {
         if (reachable && tpc::fs::entryExists(path))
             storage.addShared(path);
     }
+    storage.addSiteRows(c.place.profile / "WebStorage" / "QuotaManager", "buckets", "host", false);
     return storage;
 }
 
@@ -179,7 +180,9 @@ const std::vector<ItemRow>& chromeRows() {
                             "downloads", "downloads_url_chains", "downloads_slices"})),
           current({"History Index*"}, kHistoryIndex),
           current({"Favicons"}, tablesOf({"icon_mapping"})),
-          current({"DIPS"}, tablesOf({"bounces", "popups"}))}},
+          current({"DIPS"}, tablesOf({"bounces", "popups"})),
+          current({"segmentation_platform/ukm_db"}, tablesOf({"urls"})),
+          files("DownloadMetadata")}},
         {"Internet Cache",
          Both,
          2,

@@ -189,6 +189,7 @@ SiteStorage ffSiteStorage(const StepContext& c) {
              tpc::fs::listFolderNoFollow(c.place.profile / "storage" / "default"))
             if (auto host = firefoxOriginHost(fs::path(path).filename().string()))
                 storage.addOrigin(path, *host);
+    storage.addSiteRows(c.place.profile / "storage.sqlite", "origin", "origin", true);
     return storage;
 }
 

@@ -115,6 +115,25 @@ TEST_F(ChromeSiteStorageTest, AnUnreadableKeepListRemovesNothing) {
     EXPECT_TRUE(logged);
 }
 
+TEST_F(ChromeSiteStorageTest, TheQuotaRecordsOfRemovedSitesGoWithThem) {
+    test::Db quota(profile() / "WebStorage/QuotaManager");
+    quota.exec("CREATE TABLE buckets (id INTEGER PRIMARY KEY, storage_key TEXT, host TEXT);"
+               "INSERT INTO buckets VALUES (1, 'https://kept.example/', 'kept.example'),"
+               "(2, 'http://gone.example:8080/', 'gone.example'), (3, 'chrome://x/', '');");
+    h.cookies->keep(CookieBrowser::Chrome, "kept.example");
+    chromium.remove("Site Storage");
+    EXPECT_EQ(quota.column("buckets", "host"), (std::vector<std::string>{"kept.example", ""}));
+}
+
+TEST(WebOriginHost, ReadsTheHostOfWebOriginsOnly) {
+    EXPECT_EQ(webOriginHost("http://127.0.0.1:8080/"), "127.0.0.1");
+    EXPECT_EQ(webOriginHost("https://example.com"), "example.com");
+    EXPECT_EQ(webOriginHost("http://[::1]:80"), "[::1]");
+    for (const char* other :
+         {"chrome-extension://abc", "file:///tmp", "http://", "http://[::1", "example.com"})
+        EXPECT_EQ(webOriginHost(other), std::nullopt) << other;
+}
+
 TEST(ChromiumOriginHost, ReadsWebOriginsOnly) {
     EXPECT_EQ(chromiumOriginHost("http_my_host.example_8080"), "my_host.example");
     for (const char* other : {"chrome-extension_abcdef_0", "file__0", "https_a.example_x", "x"})

@@ -56,7 +56,17 @@ TEST_F(FirefoxSiteStorageTest, EveryProfileLosesTheOriginsNotKeptAndNothingElse)
     EXPECT_EQ(firefox.countItem("Site Storage"),
               (CountPair{2, bytesUnder(gone) + bytesUnder(other)}));
 
+    // The storage records of every origin, which the browser keeps beside the folders.
+    exec(root / "a.default/storage.sqlite",
+         "CREATE TABLE origin (repository_id INTEGER, suffix TEXT, group_ TEXT, origin TEXT);"
+         "INSERT INTO origin VALUES (0, '', 'kept.example', 'https://kept.example'),"
+         "(0, '', 'gone.example', 'https://gone.example'), (0, '', '', 'moz-extension://0a1b');");
+
     ASSERT_TRUE(firefox.deleteItem("Site Storage"));
+    EXPECT_EQ(scalar(root / "a.default/storage.sqlite",
+                     "SELECT COUNT(*) FROM origin WHERE origin = 'https://gone.example'"),
+              0);
+    EXPECT_EQ(scalar(root / "a.default/storage.sqlite", "SELECT COUNT(*) FROM origin"), 2);
     EXPECT_FALSE(fs::exists(gone));
     EXPECT_FALSE(fs::exists(other));
     EXPECT_EQ(
