@@ -181,7 +181,8 @@ const std::vector<ItemRow>& chromeRows() {
           current({"History Index*"}, kHistoryIndex),
           current({"Favicons"}, tablesOf({"icon_mapping"})),
           current({"DIPS"}, tablesOf({"bounces", "popups"})),
-          current({"segmentation_platform/ukm_db"}, tablesOf({"urls"})),
+          // The segmentation store is the data folder's, beside the profiles.
+          current({"../segmentation_platform/ukm_db"}, tablesOf({"urls"})),
           files("DownloadMetadata")}},
         {"Internet Cache",
          Both,
