@@ -7,7 +7,7 @@ packages=(
     build-essential clang cmake ninja-build lld pkg-config
     libplist-dev libplist++-dev
     libcli11-dev nlohmann-json3-dev
-    libsqlite3-dev sqlite3 libsystemd-dev dbus-daemon libpugixml-dev
+    libsqlite3-dev sqlite3 libleveldb-dev libsnappy-dev liblz4-dev libsystemd-dev dbus-daemon libpugixml-dev
     libcurl4-openssl-dev libssl-dev
     libgtest-dev libgmock-dev
     qt6-base-dev qt6-svg-dev libgl-dev fonts-dejavu-core

@@ -2,7 +2,8 @@
 # Builds everything from nothing and runs every check, in this order (CI runs exactly this):
 #   1. the format check (scripts/check-format.sh);
 #   2. every test under AddressSanitizer and UndefinedBehaviorSanitizer (build/asan: clang, -O0,
-#      no debug information, a unity build; the sanitizers still name the function of every report);
+#      no debug information, a unity build; the sanitizers still name the function of every report),
+#      the clean of real Chromium and Firefox ESR profiles included;
 #   3. the optimised application as scripts/run.sh builds it (scripts/build-app.sh, build/app),
 #      and a start of `tpc --help`;
 #   4. the threading tests under ThreadSanitizer (build/tsan: only the programs they need);
@@ -52,8 +53,9 @@ fresh() {
 }
 
 begin "packages"
-# clang and its runtime (sanitizers, libFuzzer) and clang-format, besides the build's own.
-scripts/install-deps.sh clang libclang-rt-14-dev clang-format
+# clang and its runtime (sanitizers, libFuzzer) and clang-format, besides the build's own; and
+# the real browsers tests/realbrowsers drives (only the tests need them).
+scripts/install-deps.sh clang libclang-rt-14-dev clang-format chromium firefox-esr
 end
 
 begin "format check"

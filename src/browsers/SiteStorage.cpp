@@ -1,5 +1,7 @@
 #include "browsers/SiteStorage.h"
 
+#include "browsers/BusyStores.h"
+#include "browsers/LocalStorageOrigins.h"
 #include "browsers/StoreTables.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
@@ -57,19 +59,6 @@ std::optional<std::string> firefoxOriginHost(const std::string& folderName) {
     return host;
 }
 
-std::optional<std::string> webOriginHost(std::string_view origin) {
-    const auto sep = origin.find("://");
-    if (sep == std::string_view::npos || !siteStorageWebScheme(std::string(origin.substr(0, sep))))
-        return std::nullopt;
-    const auto rest = origin.substr(sep + 3);
-    const auto end =
-        !rest.empty() && rest.front() == '[' ? rest.find(']') + 1 : rest.find_first_of(":/");
-    const auto host = rest.substr(0, std::min(end, rest.size()));
-    if (host.empty() || host == "[]" || end == 0)
-        return std::nullopt;
-    return std::string(host);
-}
-
 SiteStorage::SiteStorage(const CookieLists& cookies, CookieBrowser list)
     : cookies_(cookies), list_(list), readable_(cookies.cookieDeletesAllowed()),
       keepsAny_(!cookies.allowed(list).empty()) {}
@@ -89,6 +78,13 @@ void SiteStorage::addShared(const fs::path& store) {
     (keepsAny_ ? sharedKept_ : removed_).push_back(store);
 }
 
+void SiteStorage::addLocalStorage(const fs::path& db) {
+    if (readable_ && !keepsAny_)
+        removed_.push_back(db);
+    else if (readable_ && tpc::fs::isRegularFileNoFollow(db / "CURRENT"))
+        localStorage_.push_back(db);
+}
+
 void SiteStorage::addSiteRows(const fs::path& store, std::string table, std::string column,
                               bool origins) {
     if (readable_ && tpc::fs::isRegularFileNoFollow(store))
@@ -105,6 +101,12 @@ CountPair SiteStorage::measure() const {
         total.count += 1;
         total.size += static_cast<std::int64_t>(bytes);
     }
+    for (const auto& db : localStorage_) {
+        const auto part =
+            measureLocalStorage(db, [this](const std::string& h) { return hostKept(h); });
+        total.count += part.keys;
+        total.size += part.bytes;
+    }
     return total;
 }
 
@@ -119,6 +121,17 @@ void SiteStorage::remove(const CleanerEnv& env, const std::string& browserName) 
         paths.push_back(entry.string());
     if (!paths.empty())
         env.deleter.deleteFiles(paths);
+    for (const auto& db : localStorage_) {
+        std::string error;
+        if (removeLocalStorageNotKept(
+                db, [this](const std::string& h) { return hostKept(h); }, &error))
+            continue;
+        // A database the running browser holds is locked.
+        if (error.find("lock") != std::string::npos)
+            noteBusyStore(env, browserName, db, StoreUse::Clean);
+        else
+            env.log.log(browserName + " local storage could not be cleaned: " + error);
+    }
     for (const auto& rows : siteRows_) {
         SQLite db;
         db.setfilePath(rows.store.string());

@@ -27,10 +27,6 @@ std::optional<std::string> chromiumOriginHost(const std::string& origin);
 // nullopt for anything but an http or https origin.
 std::optional<std::string> firefoxOriginHost(const std::string& folderName);
 
-// The host of a web origin ("https://example.com", "http://127.0.0.1:8080/", "http://[::1]:80");
-// nullopt for anything but an http or https origin.
-std::optional<std::string> webOriginHost(std::string_view origin);
-
 // What one clean of a browser's site storage removes, gathered over its profiles.
 class SiteStorage {
 public:
@@ -42,6 +38,9 @@ public:
     void addOrigin(const std::filesystem::path& entry, const std::string& host);
     // A store every site shares: removed only while nothing is kept.
     void addShared(const std::filesystem::path& store);
+    // A Local Storage database every site shares: the whole store goes while nothing is kept,
+    // otherwise the keys of the hosts not kept (LocalStorageOrigins.h).
+    void addLocalStorage(const std::filesystem::path& db);
     // A table of the browser's own records of each site's storage: the rows whose `column` (a
     // host, or an origin when `origins`) names a host not kept go with that storage.
     void addSiteRows(const std::filesystem::path& store, std::string table, std::string column,
@@ -70,6 +69,7 @@ private:
         bool origins;
     };
     std::vector<SiteRows> siteRows_;
+    std::vector<std::filesystem::path> localStorage_;
 };
 
 } // namespace tpc::browsers

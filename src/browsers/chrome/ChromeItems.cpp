@@ -104,7 +104,10 @@ SiteStorage chromeSiteStorage(const StepContext& c) {
             path /= names[i];
             reachable = reachable && (i + 1 == names.size() || tpc::fs::isFolderNoFollow(path));
         }
-        if (reachable && tpc::fs::entryExists(path))
+        if (reachable && tpc::fs::entryExists(path) &&
+            names.front() == std::string("Local Storage"))
+            storage.addLocalStorage(path);
+        else if (reachable && tpc::fs::entryExists(path))
             storage.addShared(path);
     }
     storage.addSiteRows(c.place.profile / "WebStorage" / "QuotaManager", "buckets", "host", false);

@@ -16,6 +16,7 @@
 #include "fs/Folders.h"
 #include "platform/Platform.h"
 
+#include <lz4.h>
 #include <nlohmann/json.hpp>
 
 namespace tpc::browsers {
@@ -155,6 +156,37 @@ CountPair countLegacySession(const StepContext& c) {
     if (auto backup = ffStore(c.place, "sessionstore.bak"))
         size += static_cast<std::uint32_t>(tpc::fs::entrySizeNoFollow(*backup));
     return add32({count, 0}, {0, size});
+}
+
+// The text of a "mozLz40" file: the magic with its NUL, the text's size (32 bits, little
+// endian), then one LZ4 block; nullopt when it is not one.
+std::optional<std::string> readMozLz4(const fs::path& path) {
+    const auto bytes = firefox::readWholeFile(path);
+    if (!bytes || bytes->size() < 12 || bytes->compare(0, 8, std::string_view("mozLz40\0", 8)) != 0)
+        return std::nullopt;
+    std::uint32_t size = 0;
+    for (int i = 3; i >= 0; --i)
+        size = size << 8 | static_cast<std::uint8_t>((*bytes)[8 + static_cast<std::size_t>(i)]);
+    if (size > (1u << 30))
+        return std::nullopt;
+    std::string text(size, '\0');
+    const int n = LZ4_decompress_safe(bytes->data() + 12, text.data(),
+                                      static_cast<int>(bytes->size() - 12), static_cast<int>(size));
+    if (n < 0)
+        return std::nullopt;
+    text.resize(static_cast<std::size_t>(n));
+    return text;
+}
+
+// Today's session: its saved page entries (1 for a file that cannot be read, so it is never shown
+// as empty) and its size.
+CountPair countCompressedSession(const StepContext& c) {
+    auto session = ffStore(c.place, "sessionstore.jsonlz4");
+    if (!session)
+        return {};
+    const auto text = readMozLz4(*session);
+    const auto entries = text ? std::max<std::int64_t>(1, firefox::countSessionEntries(*text)) : 1;
+    return add32({}, {entries, static_cast<std::int64_t>(tpc::fs::entrySizeNoFollow(*session))});
 }
 
 // The saved logins of "logins.json" (1 for a file that is not what it should be, so it is never
@@ -320,7 +352,8 @@ const BrowserDef& firefoxDef() {
          {"Sessions",
           Linux,
           6,
-          {ffFiles({"sessionstore.jsonlz4", "sessionstore.js", "sessionstore.bak"}, true),
+          {custom(countCompressedSession, nullptr), ffFiles({"sessionstore.jsonlz4"}, false),
+           ffFiles({"sessionstore.js", "sessionstore.bak"}, true),
            ffTree(StepKind::Contents, Base::Profile, "sessionstore-backups", true)}},
          {"Site Preferences",
           Both,

@@ -7,6 +7,7 @@
 #include "support/StoreSchemas.h"
 
 #include <gtest/gtest.h>
+#include <lz4.h>
 #include <sqlite3.h>
 
 namespace tpc::browsers::firefox::fxtest {
@@ -106,10 +107,24 @@ TEST_F(FirefoxCurrentStoresTest, LoginsDbLosesItsLoginsAndKeepsItsSyncState) {
 }
 
 TEST_F(FirefoxCurrentStoresTest, SessionsAreTheCompressedFileAndTheBackupsFolder) {
-    writeFile(h.store("sessionstore.jsonlz4"), std::string(100, 's'));
+    // Two saved pages, compressed as the browser writes them.
+    const std::string text = R"({"windows":[{"tabs":[{"entries":[{"url":"https://a.example/"},)"
+                             R"({"url":"https://b.example/"}]}]}]})";
+    std::string session("mozLz40\0", 8);
+    for (int i = 0; i < 4; ++i)
+        session += static_cast<char>(text.size() >> (8 * i));
+    std::string block(static_cast<std::size_t>(LZ4_compressBound(static_cast<int>(text.size()))),
+                      '\0');
+    block.resize(static_cast<std::size_t>(LZ4_compress_default(
+        text.data(), block.data(), static_cast<int>(text.size()), static_cast<int>(block.size()))));
+    writeFile(h.store("sessionstore.jsonlz4"), session + block);
     writeFile(h.store("sessionstore-backups/recovery.jsonlz4"), std::string(40, 'r'));
     writeFile(h.store("sessionstore-backups/previous.jsonlz4"), std::string(20, 'p'));
-    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{3, 160}));
+    const auto size = static_cast<std::int64_t>(session.size() + block.size());
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{2 + 2, size + 60}));
+    // A file that is not what it should be still counts.
+    writeFile(h.store("sessionstore.jsonlz4"), std::string(100, 's'));
+    EXPECT_EQ(h.cleaner->count("Sessions").value(), (CountPair{1 + 2, 160}));
     h.cleaner->remove("Sessions");
     EXPECT_FALSE(fs::exists(h.store("sessionstore.jsonlz4")));
     EXPECT_TRUE(fs::is_empty(h.store("sessionstore-backups")));

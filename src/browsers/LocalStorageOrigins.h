@@ -1,0 +1,39 @@
+#pragma once
+// The per-site part of a Chromium-family Local Storage database (<profile>/Local Storage/leveldb),
+// one LevelDB database that every site shares. Its keys are "VERSION", "META:<origin>",
+// "METAACCESS:<origin>" and "_<origin>\0<script key>"; only the last three belong to a site, and
+// only when the origin is an http or https one. Any other key is left as it is.
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tpc::browsers {
+
+// What the per-site part of a Local Storage database holds for the hosts not kept.
+struct LocalStorageMeasure {
+    std::int64_t keys = 0;
+    std::int64_t bytes = 0; // key size + value size of each
+    bool readable = false;  // the database could be opened and read through
+};
+
+// The host of an http or https origin ("http://127.0.0.1:8080" gives "127.0.0.1", an IPv6 host
+// keeps its brackets: "[::1]"); a partitioned storage key ("https://a.com/^0https://b.com") gives
+// its own origin's host. nullopt for any other scheme or anything that is no origin.
+std::optional<std::string> webOriginHost(std::string_view origin);
+
+// The keys that removeLocalStorageNotKept would delete, and their size.
+LocalStorageMeasure measureLocalStorage(const std::filesystem::path& db,
+                                        const std::function<bool(const std::string& host)>& kept);
+
+// Deletes, in one write batch, every per-site key of the hosts not kept. False with `error` set
+// when the database cannot be opened (a missing one is never created; one the running browser
+// holds is locked) or the write fails: then nothing was changed.
+bool removeLocalStorageNotKept(const std::filesystem::path& db,
+                               const std::function<bool(const std::string& host)>& kept,
+                               std::string* error);
+
+} // namespace tpc::browsers
