@@ -58,20 +58,13 @@ std::unique_ptr<leveldb::DB> ldbOpen(const std::filesystem::path& db, std::strin
     return std::unique_ptr<leveldb::DB>(raw);
 }
 
-// Calls `each` with every key (and its value) of a host not kept; false when reading fails.
+// Calls `each` with every key (and its value) that `goes`; false when reading fails.
 template <typename Each>
-bool ldbEachNotKept(leveldb::DB& db, const std::function<bool(const std::string&)>& kept,
-                    std::string* error, Each each) {
+bool ldbEach(leveldb::DB& db, const LevelDbKeyFilter& goes, std::string* error, Each each) {
     std::unique_ptr<leveldb::Iterator> it(db.NewIterator(leveldb::ReadOptions()));
-    for (it->SeekToFirst(); it->Valid(); it->Next()) {
-        const std::string_view key(it->key().data(), it->key().size());
-        const auto origin = ldbKeyOrigin(key);
-        if (!origin)
-            continue;
-        const auto host = webOriginHost(*origin);
-        if (host && !kept(*host))
+    for (it->SeekToFirst(); it->Valid(); it->Next())
+        if (goes(std::string_view(it->key().data(), it->key().size())))
             each(it->key(), it->value());
-    }
     if (!it->status().ok()) {
         if (error)
             *error = it->status().ToString();
@@ -122,11 +115,18 @@ std::optional<std::string> webOriginHost(std::string_view origin) {
     return std::string(host);
 }
 
-LocalStorageMeasure measureLocalStorage(const std::filesystem::path& db,
-                                        const std::function<bool(const std::string& host)>& kept) {
+LevelDbKeyFilter localStorageKeysNotKept(std::function<bool(const std::string& host)> kept) {
+    return [kept = std::move(kept)](std::string_view key) {
+        const auto origin = ldbKeyOrigin(key);
+        const auto host = origin ? webOriginHost(*origin) : std::nullopt;
+        return host && !kept(*host);
+    };
+}
+
+LevelDbMeasure measureLevelDbKeys(const std::filesystem::path& db, const LevelDbKeyFilter& goes) {
     // Opening a database rewrites its log and manifest, and a running browser holds it locked:
     // a scan reads a copy instead, and leaves the browser's files as they are.
-    LocalStorageMeasure m;
+    LevelDbMeasure m;
     if (!tpc::fs::isFolderNoFollow(db))
         return m;
     std::string folder = (std::filesystem::temp_directory_path() / "tpc-ldb-XXXXXX").string();
@@ -139,24 +139,23 @@ LocalStorageMeasure measureLocalStorage(const std::filesystem::path& db,
             std::filesystem::copy_file(entry.path(), folder + "/" + name, ec);
     }
     if (const auto handle = ldbOpen(folder, nullptr))
-        m.readable = ldbEachNotKept(*handle, kept, nullptr,
-                                    [&](const leveldb::Slice& k, const leveldb::Slice& v) {
-                                        ++m.keys;
-                                        m.bytes += static_cast<std::int64_t>(k.size() + v.size());
-                                    });
+        m.readable =
+            ldbEach(*handle, goes, nullptr, [&](const leveldb::Slice& k, const leveldb::Slice& v) {
+                ++m.keys;
+                m.bytes += static_cast<std::int64_t>(k.size() + v.size());
+            });
     std::filesystem::remove_all(folder, ec);
-    return m.readable ? m : LocalStorageMeasure{};
+    return m.readable ? m : LevelDbMeasure{};
 }
 
-bool removeLocalStorageNotKept(const std::filesystem::path& db,
-                               const std::function<bool(const std::string& host)>& kept,
-                               std::string* error) {
+bool removeLevelDbKeys(const std::filesystem::path& db, const LevelDbKeyFilter& goes,
+                       std::string* error) {
     auto handle = ldbOpen(db, error);
     if (!handle)
         return false;
     leveldb::WriteBatch batch;
     int count = 0;
-    if (!ldbEachNotKept(*handle, kept, error, [&](const leveldb::Slice& k, const leveldb::Slice&) {
+    if (!ldbEach(*handle, goes, error, [&](const leveldb::Slice& k, const leveldb::Slice&) {
             batch.Delete(k);
             ++count;
         }))

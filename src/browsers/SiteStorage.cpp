@@ -101,9 +101,10 @@ CountPair SiteStorage::measure() const {
         total.count += 1;
         total.size += static_cast<std::int64_t>(bytes);
     }
+    const auto notKept =
+        localStorageKeysNotKept([this](const std::string& h) { return hostKept(h); });
     for (const auto& db : localStorage_) {
-        const auto part =
-            measureLocalStorage(db, [this](const std::string& h) { return hostKept(h); });
+        const auto part = measureLevelDbKeys(db, notKept);
         total.count += part.keys;
         total.size += part.bytes;
     }
@@ -121,10 +122,11 @@ void SiteStorage::remove(const CleanerEnv& env, const std::string& browserName) 
         paths.push_back(entry.string());
     if (!paths.empty())
         env.deleter.deleteFiles(paths);
+    const auto notKept =
+        localStorageKeysNotKept([this](const std::string& h) { return hostKept(h); });
     for (const auto& db : localStorage_) {
         std::string error;
-        if (removeLocalStorageNotKept(
-                db, [this](const std::string& h) { return hostKept(h); }, &error))
+        if (removeLevelDbKeys(db, notKept, &error))
             continue;
         // A database the running browser holds is locked.
         if (error.find("lock") != std::string::npos)

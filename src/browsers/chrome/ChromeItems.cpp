@@ -4,8 +4,11 @@
 // today's releases keep them: tables are looked up first, a store the running browser holds
 // locked is reported, and the search engines ("keywords") stay with form data.
 
+#include "browsers/BusyStores.h"
 #include "browsers/ItemRunner.h"
+#include "browsers/LocalStorageOrigins.h"
 #include "browsers/SiteStorage.h"
+#include "core/SystemLog.h"
 #include "fs/Entries.h"
 #include "fs/Folders.h"
 
@@ -125,6 +128,35 @@ Step siteStorageStep() {
     return step;
 }
 
+// The download records of the shared protobuf store: "<store type>_download,<guid>".
+bool isDownloadRecord(std::string_view key) {
+    const auto sep = key.find("_download,");
+    return sep != std::string_view::npos && sep > 0 &&
+           std::all_of(key.begin(), key.begin() + static_cast<std::ptrdiff_t>(sep),
+                       [](char c) { return c >= '0' && c <= '9'; });
+}
+
+Step downloadRecordsStep() {
+    Step step{StepKind::Custom};
+    step.countFn = [](const StepContext& c) {
+        const auto m = measureLevelDbKeys(c.place.profile / "shared_proto_db", isDownloadRecord);
+        return add32({}, {m.keys, m.bytes});
+    };
+    step.removeFn = [](const StepContext& c) {
+        const auto db = c.place.profile / "shared_proto_db";
+        std::string error;
+        if (!tpc::fs::isRegularFileNoFollow(db / "CURRENT") ||
+            removeLevelDbKeys(db, isDownloadRecord, &error))
+            return;
+        if (error.find("lock") != std::string::npos)
+            noteBusyStore(c.env, c.browser.name, db, StoreUse::Clean);
+        else
+            c.env.log.log(std::string(c.browser.name) +
+                          " download records could not be removed: " + error);
+    };
+    return step;
+}
+
 Step tables(std::vector<std::string> stores, std::vector<TableRows> rows,
             SqlMode sql = SqlMode::Logged, const char* logAs = nullptr) {
     Step step{StepKind::Tables};
@@ -186,7 +218,7 @@ const std::vector<ItemRow>& chromeRows() {
           current({"DIPS"}, tablesOf({"bounces", "popups"})),
           // The segmentation store is the data folder's, beside the profiles.
           current({"../segmentation_platform/ukm_db"}, tablesOf({"urls"})),
-          files("DownloadMetadata")}},
+          files("DownloadMetadata"), downloadRecordsStep()}},
         {"Internet Cache",
          Both,
          2,

@@ -3,6 +3,8 @@
 // at all when the database cannot be opened.
 
 #include "browsers/LocalStorageOrigins.h"
+#include "ChromeHarness.h"
+#include "browsers/ItemRunner.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -110,21 +112,21 @@ TEST_F(LocalStorageOriginsTest, MeasuresAndRemovesOnlyTheHostsNotKept) {
     for (const auto& [k, v] : goes)
         bytes += static_cast<std::int64_t>(k.size() + v.size());
 
-    const auto m = measureLocalStorage(db, keepsLocalhost);
+    const auto m = measureLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost));
     EXPECT_TRUE(m.readable);
     EXPECT_EQ(m.keys, static_cast<std::int64_t>(goes.size()));
     EXPECT_EQ(m.bytes, bytes);
 
     std::string error;
-    ASSERT_TRUE(removeLocalStorageNotKept(db, keepsLocalhost, &error)) << error;
+    ASSERT_TRUE(removeLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost), &error)) << error;
     EXPECT_EQ(readAll(db), stays);
 
-    const auto after = measureLocalStorage(db, keepsLocalhost);
+    const auto after = measureLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost));
     EXPECT_TRUE(after.readable);
     EXPECT_EQ(after.keys, 0);
     EXPECT_EQ(after.bytes, 0);
     // With nothing left to remove a second clean succeeds and changes nothing.
-    ASSERT_TRUE(removeLocalStorageNotKept(db, keepsLocalhost, &error)) << error;
+    ASSERT_TRUE(removeLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost), &error)) << error;
     EXPECT_EQ(readAll(db), stays);
 }
 
@@ -133,25 +135,25 @@ TEST_F(LocalStorageOriginsTest, KeepingEveryHostRemovesNothing) {
     const auto all = [](const std::string&) {
         return true;
     };
-    EXPECT_EQ(measureLocalStorage(db, all).keys, 0);
+    EXPECT_EQ(measureLevelDbKeys(db, localStorageKeysNotKept(all)).keys, 0);
     std::string error;
-    ASSERT_TRUE(removeLocalStorageNotKept(db, all, &error)) << error;
+    ASSERT_TRUE(removeLevelDbKeys(db, localStorageKeysNotKept(all), &error)) << error;
     EXPECT_EQ(readAll(db), everything());
 }
 
 TEST_F(LocalStorageOriginsTest, MissingOrLinkedDatabaseIsNeitherReadNorCreated) {
-    const auto m = measureLocalStorage(db, keepsLocalhost);
+    const auto m = measureLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost));
     EXPECT_FALSE(m.readable);
     EXPECT_EQ(m.keys, 0);
     std::string error;
-    EXPECT_FALSE(removeLocalStorageNotKept(db, keepsLocalhost, &error));
+    EXPECT_FALSE(removeLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost), &error));
     EXPECT_FALSE(error.empty());
     EXPECT_FALSE(fs::exists(fs::symlink_status(db)));
 
     // An empty folder holds no database: opening it must not make one.
     fs::create_directories(db);
-    EXPECT_FALSE(measureLocalStorage(db, keepsLocalhost).readable);
-    EXPECT_FALSE(removeLocalStorageNotKept(db, keepsLocalhost, &error));
+    EXPECT_FALSE(measureLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost)).readable);
+    EXPECT_FALSE(removeLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost), &error));
     EXPECT_TRUE(test::namesIn(db).empty());
 
     // A real database behind a link at the database's own name is not followed.
@@ -164,8 +166,8 @@ TEST_F(LocalStorageOriginsTest, MissingOrLinkedDatabaseIsNeitherReadNorCreated) 
         ASSERT_TRUE(handle->Put(leveldb::WriteOptions(), "META:https://example.com", "x").ok());
     }
     fs::create_directory_symlink(real, db);
-    EXPECT_FALSE(measureLocalStorage(db, keepsLocalhost).readable);
-    EXPECT_FALSE(removeLocalStorageNotKept(db, keepsLocalhost, &error));
+    EXPECT_FALSE(measureLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost)).readable);
+    EXPECT_FALSE(removeLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost), &error));
     EXPECT_EQ(readAll(real), (Entries{{"META:https://example.com", "x"}}));
 }
 
@@ -176,14 +178,36 @@ TEST_F(LocalStorageOriginsTest, DatabaseHeldByTheBrowserIsLeftAlone) {
         const auto files = test::namesIn(db);
         const auto log = test::readFile(db / "LOG");
         // A scan reads a copy, so it still counts what a clean would take.
-        EXPECT_GT(measureLocalStorage(db, keepsLocalhost).keys, 0);
+        EXPECT_GT(measureLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost)).keys, 0);
         std::string error;
-        EXPECT_FALSE(removeLocalStorageNotKept(db, keepsLocalhost, &error));
+        EXPECT_FALSE(removeLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost), &error));
         EXPECT_NE(error.find("lock"), std::string::npos) << error;
         EXPECT_EQ(test::namesIn(db), files); // its LOG is not rotated either
         EXPECT_EQ(test::readFile(db / "LOG"), log);
     }
     EXPECT_EQ(readAll(db), everything());
+}
+
+// History on the linux layout takes the download records of the shared protobuf store and
+// nothing else of it.
+TEST(ChromiumDownloadRecordsTest, HistoryTakesTheDownloadRecordsOfTheSharedStore) {
+    test::BrowserHarness h;
+    const auto store = h.chromiumProfile() / "shared_proto_db";
+    fs::create_directories(store.parent_path());
+    {
+        const auto handle = openLdb(store, true);
+        leveldb::WriteBatch batch;
+        batch.Put("21_download,5135b590", "http://gone.example/file.bin");
+        batch.Put("37_DEFAULT_1001", "metrics");
+        batch.Put("x_download,y", "not a record");
+        ASSERT_TRUE(handle->Write(leveldb::WriteOptions(), &batch).ok());
+    }
+    ItemRunner chromium{h.env(), chromeFamilyDef(Browser::Chromium)};
+    EXPECT_EQ(chromium.count("Internet History").value(),
+              (CountPair{1, static_cast<std::int64_t>(20 + 28)}));
+    chromium.remove("Internet History");
+    EXPECT_EQ(readAll(store),
+              (Entries{{"37_DEFAULT_1001", "metrics"}, {"x_download,y", "not a record"}}));
 }
 
 } // namespace
