@@ -1,7 +1,7 @@
 #include "browsers/SiteStorage.h"
 
 #include "browsers/BusyStores.h"
-#include "browsers/LocalStorageOrigins.h"
+#include "browsers/LevelDbKeys.h"
 #include "browsers/StoreTables.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"

@@ -39,7 +39,7 @@ public:
     // A store every site shares: removed only while nothing is kept.
     void addShared(const std::filesystem::path& store);
     // A Local Storage database every site shares: the whole store goes while nothing is kept,
-    // otherwise the keys of the hosts not kept (LocalStorageOrigins.h).
+    // otherwise the keys of the hosts not kept (LevelDbKeys.h).
     void addLocalStorage(const std::filesystem::path& db);
     // A table of the browser's own records of each site's storage: the rows whose `column` (a
     // host, or an origin when `origins`) names a host not kept go with that storage.

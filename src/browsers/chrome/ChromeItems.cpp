@@ -6,7 +6,7 @@
 
 #include "browsers/BusyStores.h"
 #include "browsers/ItemRunner.h"
-#include "browsers/LocalStorageOrigins.h"
+#include "browsers/LevelDbKeys.h"
 #include "browsers/SiteStorage.h"
 #include "core/SystemLog.h"
 #include "fs/Entries.h"

@@ -1,4 +1,4 @@
-#include "browsers/LocalStorageOrigins.h"
+#include "browsers/LevelDbKeys.h"
 
 #include "fs/Entries.h"
 

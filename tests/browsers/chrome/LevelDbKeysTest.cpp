@@ -2,7 +2,7 @@
 // clean would remove, and that removing leaves everything else byte for byte, or changes nothing
 // at all when the database cannot be opened.
 
-#include "browsers/LocalStorageOrigins.h"
+#include "browsers/LevelDbKeys.h"
 #include "ChromeHarness.h"
 #include "browsers/ItemRunner.h"
 #include "support/TempDir.h"
@@ -45,7 +45,7 @@ Entries readAll(const fs::path& db) {
     return out;
 }
 
-class LocalStorageOriginsTest : public ::testing::Test {
+class LocalStorageKeysTest : public ::testing::Test {
 protected:
     test::TempDir tmp;
     fs::path db = tmp / "Local Storage/leveldb";
@@ -106,7 +106,7 @@ TEST(WebOriginHostTest, ParsesWebOriginsOnly) {
     EXPECT_EQ(webOriginHost(""), std::nullopt);
 }
 
-TEST_F(LocalStorageOriginsTest, MeasuresAndRemovesOnlyTheHostsNotKept) {
+TEST_F(LocalStorageKeysTest, MeasuresAndRemovesOnlyTheHostsNotKept) {
     build();
     std::int64_t bytes = 0;
     for (const auto& [k, v] : goes)
@@ -130,7 +130,7 @@ TEST_F(LocalStorageOriginsTest, MeasuresAndRemovesOnlyTheHostsNotKept) {
     EXPECT_EQ(readAll(db), stays);
 }
 
-TEST_F(LocalStorageOriginsTest, KeepingEveryHostRemovesNothing) {
+TEST_F(LocalStorageKeysTest, KeepingEveryHostRemovesNothing) {
     build();
     const auto all = [](const std::string&) {
         return true;
@@ -141,7 +141,7 @@ TEST_F(LocalStorageOriginsTest, KeepingEveryHostRemovesNothing) {
     EXPECT_EQ(readAll(db), everything());
 }
 
-TEST_F(LocalStorageOriginsTest, MissingOrLinkedDatabaseIsNeitherReadNorCreated) {
+TEST_F(LocalStorageKeysTest, MissingOrLinkedDatabaseIsNeitherReadNorCreated) {
     const auto m = measureLevelDbKeys(db, localStorageKeysNotKept(keepsLocalhost));
     EXPECT_FALSE(m.readable);
     EXPECT_EQ(m.keys, 0);
@@ -171,7 +171,7 @@ TEST_F(LocalStorageOriginsTest, MissingOrLinkedDatabaseIsNeitherReadNorCreated) 
     EXPECT_EQ(readAll(real), (Entries{{"META:https://example.com", "x"}}));
 }
 
-TEST_F(LocalStorageOriginsTest, DatabaseHeldByTheBrowserIsLeftAlone) {
+TEST_F(LocalStorageKeysTest, DatabaseHeldByTheBrowserIsLeftAlone) {
     build();
     {
         const auto browser = openLdb(db, false); // holds the LOCK as a running browser does
