@@ -122,6 +122,58 @@ std::vector<std::string> cookieHosts(const fs::path& store, const CookieStores& 
 
 } // namespace items
 
+namespace steps {
+
+std::vector<stores::TableRows> tables(std::initializer_list<const char*> names) {
+    std::vector<stores::TableRows> rows;
+    for (const char* name : names)
+        rows.push_back({name});
+    return rows;
+}
+
+Step sql(std::vector<std::string> stores, std::vector<stores::TableRows> count, SqlMode mode,
+         std::vector<stores::TableRows> remove, const char* logAs) {
+    Step step{StepKind::Tables};
+    step.paths = std::move(stores);
+    step.count = std::move(count);
+    step.remove = std::move(remove);
+    step.sql = mode;
+    step.logAs = logAs;
+    return step;
+}
+
+Step files(std::vector<std::string> names, bool counts) {
+    Step step{StepKind::Files};
+    step.paths = std::move(names);
+    step.counts = counts;
+    return step;
+}
+
+Step tree(StepKind kind, Base base, std::string path, std::vector<std::string> skip, bool wrap) {
+    Step step{kind, base};
+    step.paths = {std::move(path)};
+    step.skip = std::move(skip);
+    step.wrap = wrap;
+    return step;
+}
+
+Step cookies(SqlMode mode) {
+    Step step{StepKind::Cookies};
+    step.sql = mode;
+    return step;
+}
+
+Step custom(CountPair (*count)(const StepContext&), void (*remove)(const StepContext&), Base base) {
+    Step step{StepKind::Custom, base};
+    step.countFn = count;
+    step.removeFn = remove;
+    step.counts = count != nullptr;
+    step.removes = remove != nullptr;
+    return step;
+}
+
+} // namespace steps
+
 using namespace items;
 
 namespace {

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -116,6 +117,21 @@ struct BrowserDef {
     // Rebuilds the cookie delete list (nullptr: from the SQL cookie stores).
     void (*refreshFn)(const CleanerEnv& env, const BrowserDef& def) = nullptr;
 };
+
+// Builders of the rows' steps.
+namespace steps {
+std::vector<stores::TableRows> tables(std::initializer_list<const char*> names);
+// Rows of `stores` counted and (`remove`, else the same) emptied.
+Step sql(std::vector<std::string> stores, std::vector<stores::TableRows> count, SqlMode mode,
+         std::vector<stores::TableRows> remove = {}, const char* logAs = nullptr);
+Step files(std::vector<std::string> names, bool counts = true);
+Step tree(StepKind kind, Base base, std::string path, std::vector<std::string> skip = {},
+          bool wrap = true);
+Step cookies(SqlMode mode);
+// A format reader: `count` (none: counts nothing) and `remove` (none: removes nothing).
+Step custom(CountPair (*count)(const StepContext&), void (*remove)(const StepContext&),
+            Base base = Base::Profile);
+} // namespace steps
 
 // The definitions, in catalogue order (Safari, Firefox, the Chrome family, Opera).
 const BrowserDef& safariDef();

@@ -23,16 +23,11 @@ using stores::TableRows;
 
 namespace {
 
-std::vector<TableRows> tablesOf(std::initializer_list<const char*> names) {
-    std::vector<TableRows> rows;
-    for (const char* name : names)
-        rows.push_back({name});
-    return rows;
-}
-
-const auto kArchivedHistory = tablesOf({"urls", "visits", "visit_source", "keyword_search_terms"});
-const auto kHistoryIndex = tablesOf({"pages_content", "pages_segments", "pages_segdir", "info"});
-const auto kFavicons = tablesOf({"favicon_bitmaps", "favicons", "icon_mapping"});
+const auto kArchivedHistory =
+    steps::tables({"urls", "visits", "visit_source", "keyword_search_terms"});
+const auto kHistoryIndex =
+    steps::tables({"pages_content", "pages_segments", "pages_segdir", "info"});
+const auto kFavicons = steps::tables({"favicon_bitmaps", "favicons", "icon_mapping"});
 
 // Sessions: in "Sessions" and "Sessions_Encrypted", the newest "Session_<time>" or
 // "Tabs_<time>" is the session being written (current), the older ones are the last sessions;
@@ -73,14 +68,9 @@ template <SessionKind Kind> std::vector<fs::path> sessionFiles(const Place& plac
 }
 
 template <SessionKind Kind> Step sessionStep() {
-    Step step{StepKind::Custom};
-    step.countFn = [](const StepContext& c) {
-        return items::countEntries(sessionFiles<Kind>(c.place));
-    };
-    step.removeFn = [](const StepContext& c) {
-        items::deleteEntries(c.env, sessionFiles<Kind>(c.place));
-    };
-    return step;
+    return steps::custom(
+        [](const StepContext& c) { return items::countEntries(sessionFiles<Kind>(c.place)); },
+        [](const StepContext& c) { items::deleteEntries(c.env, sessionFiles<Kind>(c.place)); });
 }
 
 // Site storage: the per-origin IndexedDB folders go unless their host is kept; the stores every
@@ -118,14 +108,9 @@ SiteStorage chromeSiteStorage(const StepContext& c) {
 }
 
 Step siteStorageStep() {
-    Step step{StepKind::Custom};
-    step.countFn = [](const StepContext& c) {
-        return add32({}, chromeSiteStorage(c).measure());
-    };
-    step.removeFn = [](const StepContext& c) {
-        chromeSiteStorage(c).remove(c.env, c.browser.name);
-    };
-    return step;
+    return steps::custom(
+        [](const StepContext& c) { return add32({}, chromeSiteStorage(c).measure()); },
+        [](const StepContext& c) { chromeSiteStorage(c).remove(c.env, c.browser.name); });
 }
 
 // The download records of the shared protobuf store: "<store type>_download,<guid>".
@@ -137,57 +122,33 @@ bool isDownloadRecord(std::string_view key) {
 }
 
 Step downloadRecordsStep() {
-    Step step{StepKind::Custom};
-    step.countFn = [](const StepContext& c) {
-        const auto m = measureLevelDbKeys(c.place.profile / "shared_proto_db", isDownloadRecord);
-        return add32({}, {m.keys, m.bytes});
-    };
-    step.removeFn = [](const StepContext& c) {
-        const auto db = c.place.profile / "shared_proto_db";
-        std::string error;
-        if (!tpc::fs::isRegularFileNoFollow(db / "CURRENT") ||
-            removeLevelDbKeys(db, isDownloadRecord, &error))
-            return;
-        if (error.find("lock") != std::string::npos)
-            noteBusyStore(c.env, c.browser.name, db, StoreUse::Clean);
-        else
-            c.env.log.log(std::string(c.browser.name) +
-                          " download records could not be removed: " + error);
-    };
-    return step;
+    return steps::custom(
+        [](const StepContext& c) {
+            const auto m =
+                measureLevelDbKeys(c.place.profile / "shared_proto_db", isDownloadRecord);
+            return add32({}, {m.keys, m.bytes});
+        },
+        [](const StepContext& c) {
+            const auto db = c.place.profile / "shared_proto_db";
+            std::string error;
+            if (!tpc::fs::isRegularFileNoFollow(db / "CURRENT") ||
+                removeLevelDbKeys(db, isDownloadRecord, &error))
+                return;
+            if (error.find("lock") != std::string::npos)
+                noteBusyStore(c.env, c.browser.name, db, StoreUse::Clean);
+            else
+                c.env.log.log(std::string(c.browser.name) +
+                              " download records could not be removed: " + error);
+        });
 }
 
 Step tables(std::vector<std::string> stores, std::vector<TableRows> rows,
-            SqlMode sql = SqlMode::Logged, const char* logAs = nullptr) {
-    Step step{StepKind::Tables};
-    step.paths = std::move(stores);
-    step.count = std::move(rows);
-    step.sql = sql;
-    step.logAs = logAs;
-    return step;
+            const char* logAs = nullptr) {
+    return steps::sql(std::move(stores), std::move(rows), SqlMode::Logged, {}, logAs);
 }
 
 Step current(std::vector<std::string> stores, std::vector<TableRows> rows) {
-    return tables(std::move(stores), std::move(rows), SqlMode::Current);
-}
-
-Step files(const char* name) {
-    Step step{StepKind::Files};
-    step.paths = {name};
-    return step;
-}
-
-Step cookies(SqlMode sql) {
-    Step step{StepKind::Cookies};
-    step.sql = sql;
-    return step;
-}
-
-Step contents(Base base, std::string path, std::vector<std::string> skip = {}) {
-    Step step{StepKind::Contents, base};
-    step.paths = {std::move(path)};
-    step.skip = std::move(skip);
-    return step;
+    return steps::sql(std::move(stores), std::move(rows), SqlMode::Current);
 }
 
 const std::vector<ItemRow>& chromeRows() {
@@ -198,8 +159,8 @@ const std::vector<ItemRow>& chromeRows() {
          1,
          {tables({"Archived History"}, kArchivedHistory),
           tables({"History"},
-                 tablesOf({"urls", "visits", "visit_source", "keyword_search_terms", "downloads",
-                           "downloads_url_chains", "segments", "segment_usage"})),
+                 steps::tables({"urls", "visits", "visit_source", "keyword_search_terms",
+                                "downloads", "downloads_url_chains", "segments", "segment_usage"})),
           tables({"History Index*"}, kHistoryIndex)}},
         // Wherever the profile records visited pages: "meta" and the sync metadata stay, so the
         // store keeps its version; Favicons keeps the icons and loses which page had which.
@@ -207,58 +168,60 @@ const std::vector<ItemRow>& chromeRows() {
          Linux,
          1,
          {current({"Archived History"}, kArchivedHistory),
-          current({"History"},
-                  tablesOf({"urls", "visits", "visit_source", "visited_links",
-                            "keyword_search_terms", "segments", "segment_usage",
-                            "content_annotations", "context_annotations", "clusters",
-                            "clusters_and_visits", "cluster_keywords", "cluster_visit_duplicates",
-                            "downloads", "downloads_url_chains", "downloads_slices"})),
+          current({"History"}, steps::tables({"urls", "visits", "visit_source", "visited_links",
+                                              "keyword_search_terms", "segments", "segment_usage",
+                                              "content_annotations", "context_annotations",
+                                              "clusters", "clusters_and_visits", "cluster_keywords",
+                                              "cluster_visit_duplicates", "downloads",
+                                              "downloads_url_chains", "downloads_slices"})),
           current({"History Index*"}, kHistoryIndex),
-          current({"Favicons"}, tablesOf({"icon_mapping"})),
-          current({"DIPS"}, tablesOf({"bounces", "popups"})),
+          current({"Favicons"}, steps::tables({"icon_mapping"})),
+          current({"DIPS"}, steps::tables({"bounces", "popups"})),
           // The segmentation store is the data folder's, beside the profiles.
-          current({"../segmentation_platform/ukm_db"}, tablesOf({"urls"})),
-          files("DownloadMetadata"), downloadRecordsStep()}},
+          current({"../segmentation_platform/ukm_db"}, steps::tables({"urls"})),
+          steps::files({"DownloadMetadata"}), downloadRecordsStep()}},
         {"Internet Cache",
          Both,
          2,
-         {contents(Base::Profile, "Session Storage", {"LOCK"}), contents(Base::Cache, "")}},
-        {"Cookies", MacOS, 0, {cookies(SqlMode::Quiet)}},
-        {"Cookies", Linux, 0, {cookies(SqlMode::Current)}},
-        {"Current Session", MacOS, 3, {files("Current Session")}},
+         {steps::tree(StepKind::Contents, Base::Profile, "Session Storage", {"LOCK"}),
+          steps::tree(StepKind::Contents, Base::Cache, "")}},
+        {"Cookies", MacOS, 0, {steps::cookies(SqlMode::Quiet)}},
+        {"Cookies", Linux, 0, {steps::cookies(SqlMode::Current)}},
+        {"Current Session", MacOS, 3, {steps::files({"Current Session"})}},
         {"Current Session", Linux, 3, {sessionStep<CurrentSession>()}},
-        {"Current Tabs", MacOS, 4, {files("Current Tabs")}},
+        {"Current Tabs", MacOS, 4, {steps::files({"Current Tabs"})}},
         {"Current Tabs", Linux, 4, {sessionStep<CurrentTabs>()}},
         {"Saved Form Information",
          MacOS,
          5,
          {tables({"Web Data"},
-                 tablesOf({"autofill", "credit_cards", "autofill_dates", "autofill_profiles",
-                           "autofill_profile_names", "autofill_profile_emails",
-                           "autofill_profile_phones", "autofill_profiles_trash", "keywords",
-                           "token_service", "web_app_icons", "web_apps", "web_intents",
-                           "web_intents_defaults"}))}},
+                 steps::tables({"autofill", "credit_cards", "autofill_dates", "autofill_profiles",
+                                "autofill_profile_names", "autofill_profile_emails",
+                                "autofill_profile_phones", "autofill_profiles_trash", "keywords",
+                                "token_service", "web_app_icons", "web_apps", "web_intents",
+                                "web_intents_defaults"}))}},
         // Form entries, addresses and cards; neither the search engines nor the sign-in tokens.
         {"Saved Form Information",
          Linux,
          5,
-         {current({"Web Data"},
-                  tablesOf({"autofill", "autofill_dates", "credit_cards", "addresses",
+         {current(
+             {"Web Data"},
+             steps::tables({"autofill", "autofill_dates", "credit_cards", "addresses",
                             "address_type_tokens", "local_addresses", "local_addresses_type_tokens",
                             "contact_info", "contact_info_type_tokens", "autofill_profiles",
                             "autofill_profile_names", "autofill_profile_emails",
                             "autofill_profile_phones", "autofill_profile_addresses",
                             "autofill_profiles_trash"}))}},
-        {"Saved Passwords", MacOS, 6, {tables({"Login Data"}, tablesOf({"logins"}))}},
+        {"Saved Passwords", MacOS, 6, {tables({"Login Data"}, steps::tables({"logins"}))}},
         // The logins with their per-site statistics, notes and compromised-credential records.
         {"Saved Passwords",
          Linux,
          6,
          {current({"Login Data", "Login Data For Account"},
-                  tablesOf({"logins", "stats", "insecure_credentials", "password_notes"}))}},
-        {"Last Session", MacOS, 7, {files("Last Session")}},
+                  steps::tables({"logins", "stats", "insecure_credentials", "password_notes"}))}},
+        {"Last Session", MacOS, 7, {steps::files({"Last Session"})}},
         {"Last Session", Linux, 7, {sessionStep<LastSession>()}},
-        {"Last Tabs", MacOS, 8, {files("Last Tabs")}},
+        {"Last Tabs", MacOS, 8, {steps::files({"Last Tabs"})}},
         {"Last Tabs", Linux, 8, {sessionStep<LastTabs>()}},
         {"Site Icons", MacOS, 9, {tables({"Favicons"}, kFavicons)}},
         {"Site Icons", Linux, 9, {current({"Favicons"}, kFavicons)}},
@@ -266,8 +229,11 @@ const std::vector<ItemRow>& chromeRows() {
         {"Top Sites",
          MacOS,
          10,
-         {tables({"Top Sites"}, tablesOf({"thumbnails"}), SqlMode::Logged, "DELETE FROM logins;")}},
-        {"Top Sites", Linux, 10, {current({"Top Sites"}, tablesOf({"top_sites", "thumbnails"}))}},
+         {tables({"Top Sites"}, steps::tables({"thumbnails"}), "DELETE FROM logins;")}},
+        {"Top Sites",
+         Linux,
+         10,
+         {current({"Top Sites"}, steps::tables({"top_sites", "thumbnails"}))}},
         {"Site Storage", Linux, 11, {siteStorageStep()}},
     };
     return rows;

@@ -225,38 +225,6 @@ SiteStorage ffSiteStorage(const StepContext& c) {
     return storage;
 }
 
-Step custom(CountPair (*count)(const StepContext&), void (*remove)(const StepContext&)) {
-    Step step{StepKind::Custom};
-    step.countFn = count;
-    step.removeFn = remove;
-    step.counts = count != nullptr;
-    return step;
-}
-
-Step ffTables(const char* store, std::vector<TableRows> rows, SqlMode sql,
-              std::vector<TableRows> remove = {}) {
-    Step step{StepKind::Tables};
-    step.paths = {store};
-    step.count = std::move(rows);
-    step.remove = std::move(remove);
-    step.sql = sql;
-    return step;
-}
-
-Step ffFiles(std::vector<std::string> names, bool counts) {
-    Step step{StepKind::Files};
-    step.paths = std::move(names);
-    step.counts = counts;
-    return step;
-}
-
-Step ffTree(StepKind kind, Base base, std::string path, bool wrap) {
-    Step step{kind, base};
-    step.paths = {std::move(path)};
-    step.wrap = wrap;
-    return step;
-}
-
 std::vector<Place> firefoxPlaces(const CleanerEnv& env, Browser) {
     auto profiles = env.platform.layout() == platform::Layout::Linux
                         ? env.locations().firefoxProfiles()
@@ -280,12 +248,8 @@ const BrowserDef& firefoxDef() {
     const auto quiet = SqlMode::Quiet;
     const auto current = SqlMode::Current;
     const auto always = Refresh::Always;
-    Step cookies{StepKind::Cookies};
-    cookies.sql = quiet;
-    Step currentCookies{StepKind::Cookies};
-    currentCookies.sql = current;
-    const auto legacyDownloads =
-        ffTables("downloads.sqlite", {{"moz_downloads"}}, quiet, {{"moz_downloads", "state=1"}});
+    const auto legacyDownloads = steps::sql({"downloads.sqlite"}, {{"moz_downloads"}}, quiet,
+                                            {{"moz_downloads", "state=1"}});
     const std::vector<TableRows> legacyLogins = {{"moz_logins"}, {"moz_deleted_logins"}};
 
     static const BrowserDef def{
@@ -295,16 +259,19 @@ const BrowserDef& firefoxDef() {
         "org.mozilla.firefox",
         "Firefox",
         10,
-        {{"Internet History", MacOS, 1, {custom(countFirefoxHistory, removeFirefoxHistory)}},
+        {{"Internet History", MacOS, 1, {steps::custom(countFirefoxHistory, removeFirefoxHistory)}},
          // With the sites the bounce tracking protection saw.
          {"Internet History",
           Linux,
           1,
-          {custom(countFirefoxHistory, removeFirefoxHistory),
-           ffTables("bounce-tracking-protection.sqlite", {{"sites"}}, current)}},
-         {"Internet Cache", Both, 7, {ffTree(StepKind::Folder, Base::WebCache, "", false)}},
-         {"Cookies", MacOS, 0, {cookies}},
-         {"Cookies", Linux, 0, {currentCookies}},
+          {steps::custom(countFirefoxHistory, removeFirefoxHistory),
+           steps::sql({"bounce-tracking-protection.sqlite"}, {{"sites"}}, current)}},
+         {"Internet Cache",
+          Both,
+          7,
+          {steps::tree(StepKind::Folder, Base::WebCache, "", {}, false)}},
+         {"Cookies", MacOS, 0, {steps::cookies(quiet)}},
+         {"Cookies", Linux, 0, {steps::cookies(current)}},
          // Every row counts; only finished downloads go, the others are counted again.
          {"Download History", MacOS, 2, {legacyDownloads}, always},
          // Download annotations, then the download visits.
@@ -312,60 +279,70 @@ const BrowserDef& firefoxDef() {
           Linux,
           2,
           {legacyDownloads,
-           ffTables("places.sqlite",
-                    {{"moz_annos", "anno_attribute_id IN (SELECT id FROM moz_anno_attributes "
-                                   "WHERE name LIKE 'downloads/%')"},
-                     {"moz_historyvisits", "visit_type = 7"}},
-                    current)},
+           steps::sql({"places.sqlite"},
+                      {{"moz_annos", "anno_attribute_id IN (SELECT id FROM moz_anno_attributes "
+                                     "WHERE name LIKE 'downloads/%')"},
+                       {"moz_historyvisits", "visit_type = 7"}},
+                      current)},
           always},
          {"Saved Form Information",
           MacOS,
           3,
-          {ffTables("formhistory.sqlite", {{"moz_formhistory"}, {"moz_deleted_formhistory"}},
-                    quiet)},
+          {steps::sql({"formhistory.sqlite"}, {{"moz_formhistory"}, {"moz_deleted_formhistory"}},
+                      quiet)},
           always},
          {"Saved Form Information",
           Linux,
           3,
-          {ffTables("formhistory.sqlite",
-                    {{"moz_formhistory"},
-                     {"moz_deleted_formhistory"},
-                     {"moz_history_to_sources"},
-                     {"moz_sources"}},
-                    current)},
+          {steps::sql({"formhistory.sqlite"},
+                      {{"moz_formhistory"},
+                       {"moz_deleted_formhistory"},
+                       {"moz_history_to_sources"},
+                       {"moz_sources"}},
+                      current)},
           always},
-         {"Saved Passwords", MacOS, 4, {ffTables("signons.sqlite", legacyLogins, quiet)}, always},
+         {"Saved Passwords",
+          MacOS,
+          4,
+          {steps::sql({"signons.sqlite"}, legacyLogins, quiet)},
+          always},
          {"Saved Passwords",
           Linux,
           4,
           // Today's store keeps local and synced logins and the breach alerts seen for them.
-          {ffTables("signons.sqlite", legacyLogins, current),
-           ffTables("logins.db", {{"loginsL"}, {"loginsM"}, {"breachesL"}}, current),
-           custom(countLoginFiles, nullptr), ffFiles({"logins.json", "logins-backup.json"}, false)},
+          {steps::sql({"signons.sqlite"}, legacyLogins, current),
+           steps::sql({"logins.db"}, {{"loginsL"}, {"loginsM"}, {"breachesL"}}, current),
+           steps::custom(countLoginFiles, nullptr),
+           steps::files({"logins.json", "logins-backup.json"}, false)},
           always},
          {"Sessions",
           MacOS,
           6,
-          {custom(countLegacySession, nullptr),
-           ffFiles({"sessionstore.js", "sessionstore.bak"}, false)}},
+          {steps::custom(countLegacySession, nullptr),
+           steps::files({"sessionstore.js", "sessionstore.bak"}, false)}},
          // The backups folder stays for the browser to write its next backups into.
          {"Sessions",
           Linux,
           6,
-          {custom(countCompressedSession, nullptr), ffFiles({"sessionstore.jsonlz4"}, false),
-           ffFiles({"sessionstore.js", "sessionstore.bak"}, true),
-           ffTree(StepKind::Contents, Base::Profile, "sessionstore-backups", true)}},
+          {steps::custom(countCompressedSession, nullptr),
+           steps::files({"sessionstore.jsonlz4"}, false),
+           steps::files({"sessionstore.js", "sessionstore.bak"}, true),
+           steps::tree(StepKind::Contents, Base::Profile, "sessionstore-backups", {}, true)}},
          {"Site Preferences",
           Both,
           5,
-          {ffTables("content-prefs.sqlite", {{"prefs"}}, quiet)},
+          {steps::sql({"content-prefs.sqlite"}, {{"prefs"}}, quiet)},
           always},
-         {"Application Cache", Both, 8, {ffTree(StepKind::Contents, Base::Cache, "", false)}},
+         {"Application Cache",
+          Both,
+          8,
+          {steps::tree(StepKind::Contents, Base::Cache, "", {}, false)}},
          {"Site Storage",
           Linux,
           9,
-          {custom([](const StepContext& c) { return add32({}, ffSiteStorage(c).measure()); },
-                  [](const StepContext& c) { ffSiteStorage(c).remove(c.env, "Firefox"); })}}},
+          {steps::custom(
+              [](const StepContext& c) { return add32({}, ffSiteStorage(c).measure()); },
+              [](const StepContext& c) { ffSiteStorage(c).remove(c.env, "Firefox"); })}}},
         firefoxPlaces,
         {{"cookies.sqlite"}, "moz_cookies", "host"}};
     return def;

@@ -3,7 +3,6 @@
 // family's stores as today's releases keep them. Both have the stash and the thumbnails database.
 
 #include "browsers/ItemRunner.h"
-#include "erase/Deleter.h"
 #include "fs/Entries.h"
 
 namespace tpc::browsers {
@@ -13,42 +12,25 @@ using stores::TableRows;
 
 namespace {
 
-std::vector<TableRows> operaTables(std::initializer_list<const char*> names) {
-    std::vector<TableRows> rows;
-    for (const char* name : names)
-        rows.push_back({name});
-    return rows;
-}
-
 Step operaTables(const char* store, std::vector<TableRows> count, std::vector<TableRows> remove,
-                 SqlMode sql) {
-    Step step{StepKind::Tables};
-    step.paths = {store};
-    step.count = std::move(count);
-    step.remove = std::move(remove);
-    step.sql = sql;
-    return step;
+                 SqlMode mode) {
+    return steps::sql({store}, std::move(count), mode, std::move(remove));
 }
 
 // The windows, sized with both session tables; nothing unless both answer.
-Step operaSessionCount() {
-    Step step{StepKind::Custom};
-    step.removes = false;
-    step.countFn = [](const StepContext& c) {
-        const auto store = c.place.profile / "session.db";
-        if (!tpc::fs::isRegularFileNoFollow(store))
-            return CountPair{};
-        SQLite db;
-        db.setfileName("session.db");
-        db.setfilePath(store.string());
-        SQLiteResult windows, attrs;
-        const auto pair = db.countRows("SELECT * FROM windows;", &windows);
-        const auto attrsPair = db.countRows("SELECT * FROM window_attrs;", &attrs);
-        if (!windows.ok() || !attrs.ok())
-            return CountPair{};
-        return add32(pair, {0, attrsPair.size});
-    };
-    return step;
+CountPair operaSessionCount(const StepContext& c) {
+    const auto store = c.place.profile / "session.db";
+    if (!tpc::fs::isRegularFileNoFollow(store))
+        return CountPair{};
+    SQLite db;
+    db.setfileName("session.db");
+    db.setfilePath(store.string());
+    SQLiteResult windows, attrs;
+    const auto pair = db.countRows("SELECT * FROM windows;", &windows);
+    const auto attrsPair = db.countRows("SELECT * FROM window_attrs;", &attrs);
+    if (!windows.ok() || !attrs.ok())
+        return CountPair{};
+    return add32(pair, {0, attrsPair.size});
 }
 
 // Firefox's site preferences, in the Firefox profile; no Opera row shows them.
@@ -57,15 +39,15 @@ std::optional<fs::path> firefoxPrefsProfile(const CleanerEnv& env) {
     return profile && tpc::fs::isFolderFollowingLinks(*profile) ? profile : std::nullopt;
 }
 
-Step firefoxSitePrefs() {
-    Step step{StepKind::Custom};
-    step.countFn = [](const StepContext& c) {
-        auto profile = firefoxPrefsProfile(c.env);
-        return profile ? items::countSelects(*profile / "content-prefs.sqlite",
-                                             {"SELECT * FROM prefs;"})
-                       : CountPair{};
-    };
-    step.removeFn = [](const StepContext& c) {
+CountPair countFirefoxSitePrefs(const StepContext& c) {
+    auto profile = firefoxPrefsProfile(c.env);
+    return profile
+               ? items::countSelects(*profile / "content-prefs.sqlite", {"SELECT * FROM prefs;"})
+               : CountPair{};
+}
+
+void removeFirefoxSitePrefs(const StepContext& c) {
+    {
         auto profile = firefoxPrefsProfile(c.env);
         if (profile)
             items::runBatch(*profile / "content-prefs.sqlite", {"DELETE FROM prefs"});
@@ -73,8 +55,7 @@ Step firefoxSitePrefs() {
             CookieBrowser::Firefox,
             profile ? items::cookieHosts(*profile / "cookies.sqlite", firefoxDef().cookies)
                     : std::vector<std::string>{});
-    };
-    return step;
+    }
 }
 
 std::vector<Place> operaPlaces(const CleanerEnv& env, Browser) {
@@ -90,34 +71,24 @@ const BrowserDef& operaDef() {
     const auto each = SqlMode::EachLogged;
     const auto quiet = SqlMode::Quiet;
     static const auto history =
-        operaTables("History", operaTables({"urls", "keyword_search_terms", "segments"}),
-                    operaTables({"urls", "visits", "visit_source", "keyword_search_terms",
-                                 "segments", "segment_usage"}),
+        operaTables("History", steps::tables({"urls", "keyword_search_terms", "segments"}),
+                    steps::tables({"urls", "visits", "visit_source", "keyword_search_terms",
+                                   "segments", "segment_usage"}),
                     each);
     // Counted only without "History"; emptied with it.
     static const auto archived = [&] {
         auto step = operaTables(
-            "Archived History", operaTables({"urls", "keyword_search_terms"}),
-            operaTables({"urls", "visits", "visit_source", "keyword_search_terms"}), each);
+            "Archived History", steps::tables({"urls", "keyword_search_terms"}),
+            steps::tables({"urls", "visits", "visit_source", "keyword_search_terms"}), each);
         step.countUnless = "History";
         return step;
     }();
     static const auto sessionRows = [&] {
-        auto step = operaTables("session.db", {}, operaTables({"windows", "window_attrs"}), each);
+        auto step = operaTables("session.db", {}, steps::tables({"windows", "window_attrs"}), each);
         step.counts = false;
-        Step backup{StepKind::Files};
-        backup.paths = {"session.dbak"};
-        backup.counts = false;
-        return std::vector<Step>{operaSessionCount(), step, backup};
+        return std::vector<Step>{steps::custom(operaSessionCount, nullptr), step,
+                                 steps::files({"session.dbak"}, false)};
     }();
-    Step webCache{StepKind::Folder, Base::Cache};
-    webCache.paths = {""};
-    Step gpuCache{StepKind::Contents};
-    gpuCache.paths = {"GPUCache"};
-    Step cookies{StepKind::Cookies};
-    cookies.sql = quiet;
-    Step currentCookies{StepKind::Cookies};
-    currentCookies.sql = SqlMode::Current;
 
     static const BrowserDef def{
         "Opera",
@@ -129,58 +100,64 @@ const BrowserDef& operaDef() {
         9,
         {{"Internet History", MacOS, 1, {history, archived}},
          {"Internet History", Linux, 1, chromeFamilySteps({"Internet History"})},
-         {"Internet Cache", Both, 6, {webCache}},
-         {"Cookies", MacOS, 0, {cookies}},
-         {"Cookies", Linux, 0, {currentCookies}},
+         {"Internet Cache", Both, 6, {steps::tree(StepKind::Folder, Base::Cache, "")}},
+         {"Cookies", MacOS, 0, {steps::cookies(quiet)}},
+         {"Cookies", Linux, 0, {steps::cookies(SqlMode::Current)}},
          {"Download History",
           MacOS,
           2,
-          {operaTables("History", operaTables({"downloads"}),
-                       operaTables({"downloads", "downloads_url_chains"}), each)}},
+          {operaTables("History", steps::tables({"downloads"}),
+                       steps::tables({"downloads", "downloads_url_chains"}), each)}},
          {"Download History",
           Linux,
           2,
           {operaTables("History",
-                       operaTables({"downloads", "downloads_url_chains", "downloads_slices"}), {},
+                       steps::tables({"downloads", "downloads_url_chains", "downloads_slices"}), {},
                        SqlMode::Current)}},
          {"Saved Form Information",
           MacOS,
           3,
           {operaTables("Web Data",
-                       operaTables({"autofill", "credit_cards", "keywords", "token_service"}),
-                       operaTables({"autofill", "credit_cards", "autofill_dates",
-                                    "autofill_profiles", "autofill_profile_names",
-                                    "autofill_profile_emails", "autofill_profile_phones",
-                                    "autofill_profiles_trash", "keywords", "token_service"}),
+                       steps::tables({"autofill", "credit_cards", "keywords", "token_service"}),
+                       steps::tables({"autofill", "credit_cards", "autofill_dates",
+                                      "autofill_profiles", "autofill_profile_names",
+                                      "autofill_profile_emails", "autofill_profile_phones",
+                                      "autofill_profiles_trash", "keywords", "token_service"}),
                        quiet)},
           Refresh::Always},
          {"Saved Form Information", Linux, 3, chromeFamilySteps({"Saved Form Information"})},
          {"Saved Passwords",
           MacOS,
           4,
-          {operaTables("Login Data", operaTables({"logins"}), {}, quiet)},
+          {operaTables("Login Data", steps::tables({"logins"}), {}, quiet)},
           Refresh::Always},
          {"Saved Passwords", Linux, 4, chromeFamilySteps({"Saved Passwords"})},
          {"Sessions", MacOS, 5, sessionRows},
          {"Sessions", Linux, 5,
           // The older files first: until they are gone the newest is told apart from them.
           chromeFamilySteps({"Last Session", "Last Tabs", "Current Session", "Current Tabs"})},
-         {"Application Cache", Both, 7, {gpuCache}},
+         {"Application Cache",
+          Both,
+          7,
+          {steps::tree(StepKind::Contents, Base::Profile, "GPUCache")}},
          {"Stash",
           Both,
           8,
-          {operaTables("stash.db", operaTables({"stash", "snapshots"}),
-                       operaTables({"stash", "stash_fts_content", "stash_fts_segments",
-                                    "stash_fts_segdir", "snapshots", "task_queue"}),
+          {operaTables("stash.db", steps::tables({"stash", "snapshots"}),
+                       steps::tables({"stash", "stash_fts_content", "stash_fts_segments",
+                                      "stash_fts_segdir", "snapshots", "task_queue"}),
                        quiet)},
           Refresh::Always},
          {"Thumbnails",
           Both,
           9,
-          {operaTables("thumbnails.db", operaTables({"thumbnails"}), {}, quiet)},
+          {operaTables("thumbnails.db", steps::tables({"thumbnails"}), {}, quiet)},
           Refresh::Always},
          {"Site Storage", Linux, 10, chromeFamilySteps({"Site Storage"})},
-         {"Site Preferences", Both, -1, {firefoxSitePrefs()}}},
+         {"Site Preferences",
+          Both,
+          -1,
+          {steps::custom(countFirefoxSitePrefs, removeFirefoxSitePrefs)}}},
         operaPlaces,
         {{"Cookies", "Network/Cookies"}, "cookies", "host_key"}};
     return def;

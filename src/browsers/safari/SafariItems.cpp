@@ -178,25 +178,16 @@ void deleteSafariCookies(const StepContext& c) {
     refreshSafariCookies(c.env, c.browser);
 }
 
-Step safariStep(Base base, CountPair (*count)(const StepContext&),
-                void (*remove)(const StepContext&)) {
-    Step step{StepKind::Custom, base};
-    step.countFn = count;
-    step.removeFn = remove;
-    return step;
-}
-
 // Empties the four History.db tables (the file stays), and removes History.plist and
 // HistoryIndex.sk.
 std::vector<Step> safariHistorySteps() {
-    Step tables{StepKind::Tables};
-    tables.paths = {"History.db"};
-    tables.count = {{"history_items"}, {"history_visits"}, {"history_tombstones"}, {"metadata"}};
+    auto tables = steps::sql(
+        {"History.db"},
+        steps::tables({"history_items", "history_visits", "history_tombstones", "metadata"}),
+        SqlMode::Logged);
     tables.counts = false;
-    Step files{StepKind::Files};
-    files.paths = {"History.plist", "HistoryIndex.sk"};
-    files.counts = false;
-    return {safariStep(Base::Profile, countSafariHistory, nullptr), tables, files};
+    return {steps::custom(countSafariHistory, nullptr), tables,
+            steps::files({"History.plist", "HistoryIndex.sk"}, false)};
 }
 
 std::vector<Place> safariPlaces(const CleanerEnv& env, Browser) {
@@ -209,12 +200,6 @@ std::vector<Place> safariPlaces(const CleanerEnv& env, Browser) {
 
 const BrowserDef& safariDef() {
     using enum Layouts;
-    Step downloads{StepKind::Files};
-    downloads.paths = {"Downloads.plist"};
-    downloads.counts = false;
-    Step caches{StepKind::Folder, Base::Cache};
-    caches.paths = {""};
-    caches.counts = false;
     static const BrowserDef def{
         "Safari",
         Browser::Safari,
@@ -223,12 +208,22 @@ const BrowserDef& safariDef() {
         "Safari",
         5,
         {{"Internet History", Both, 1, safariHistorySteps()},
-         {"Internet Cache", Both, 2, {safariStep(Base::Cache, countSafariCaches, nullptr), caches}},
-         {"Cookies", Both, 0, {safariStep(Base::Cache, countSafariCookies, deleteSafariCookies)}},
+         {"Internet Cache",
+          Both,
+          2,
+          {steps::custom(
+              countSafariCaches,
+              [](const StepContext& c) { items::deleteEntries(c.env, {c.place.cache}); },
+              Base::Cache)}},
+         {"Cookies",
+          Both,
+          0,
+          {steps::custom(countSafariCookies, deleteSafariCookies, Base::Cache)}},
          {"Download History",
           Both,
           3,
-          {safariStep(Base::Profile, countSafariDownloads, nullptr), downloads}}},
+          {steps::custom(countSafariDownloads, nullptr),
+           steps::files({"Downloads.plist"}, false)}}},
         safariPlaces,
         {},
         refreshSafariCookies};
