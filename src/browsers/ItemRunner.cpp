@@ -45,13 +45,6 @@ std::vector<fs::path> stepPaths(const Step& step, const Place& place) {
 
 namespace {
 
-SQLite storeAt(const fs::path& store) {
-    SQLite db;
-    db.setfileName(store.filename().string());
-    db.setfilePath(store.string());
-    return db;
-}
-
 std::vector<std::string> statements(const char* verb, const std::vector<stores::TableRows>& rows) {
     std::vector<std::string> sqls;
     for (const auto& r : rows)
@@ -66,7 +59,7 @@ CountPair countSelects(const fs::path& store, const std::vector<std::string>& sq
     CountPair total;
     if (!tpc::fs::isRegularFileNoFollow(store))
         return total;
-    const auto db = storeAt(store);
+    const auto db = stores::storeDb(store);
     for (const auto& sql : sqls)
         total = add32(total, db.countRows(sql));
     return total;
@@ -76,7 +69,7 @@ std::string runBatch(const fs::path& store, const std::vector<std::string>& sqls
     if (sqls.empty() || !tpc::fs::isRegularFileNoFollow(store))
         return "";
     SQLiteResult result;
-    storeAt(store).queryMultiple(sqls, result);
+    stores::storeDb(store).queryMultiple(sqls, result);
     return result.errorCode();
 }
 
@@ -106,7 +99,7 @@ std::vector<std::string> cookieHosts(const fs::path& store, const CookieStores& 
     if (!tpc::fs::isRegularFileNoFollow(store))
         return hosts;
     SQLiteResult result;
-    storeAt(store).query(std::string("SELECT * FROM ") + spec.table + ";", result);
+    stores::storeDb(store).query(std::string("SELECT * FROM ") + spec.table + ";", result);
     if (busy)
         *busy = result.busy();
     const auto& names = result.columnNames();

@@ -135,10 +135,9 @@ void SiteStorage::remove(const CleanerEnv& env, const std::string& browserName) 
             env.log.log(browserName + " local storage could not be cleaned: " + error);
     }
     for (const auto& rows : siteRows_) {
-        SQLite db;
-        db.setfilePath(rows.store.string());
         SQLiteResult result;
-        db.query("SELECT " + rows.column + " FROM " + rows.table + ";", result);
+        stores::storeDb(rows.store)
+            .query("SELECT " + rows.column + " FROM " + rows.table + ";", result);
         std::string gone;
         for (const auto& row : result.rows()) {
             const auto& value = SQLiteResult::text(row.front());

@@ -12,13 +12,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-SQLite storeDb(const fs::path& store) {
-    SQLite db;
-    db.setfileName(store.filename().string());
-    db.setfilePath(store.string());
-    return db;
-}
-
 std::string rowsClause(const TableRows& rows) {
     return rows.table + (rows.where.empty() ? "" : " WHERE " + rows.where) + ";";
 }
@@ -42,6 +35,13 @@ bool contains(const std::vector<std::string>& names, const std::string& name) {
 }
 
 } // namespace
+
+SQLite storeDb(const fs::path& store) {
+    SQLite db;
+    db.setfileName(store.filename().string());
+    db.setfilePath(store.string());
+    return db;
+}
 
 TableNames tableNames(const fs::path& store) {
     SQLiteResult result;

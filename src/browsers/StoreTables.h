@@ -31,6 +31,9 @@ struct Emptied {
     std::vector<std::string> failures;
 };
 
+// The store at `path`, named by its file name.
+SQLite storeDb(const std::filesystem::path& store);
+
 // The table names of the store, busy when it is locked. `prelude` statements (an ATTACH) run
 // first on the same connection, here and below.
 struct TableNames {

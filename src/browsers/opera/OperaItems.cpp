@@ -22,9 +22,7 @@ CountPair operaSessionCount(const StepContext& c) {
     const auto store = c.place.profile / "session.db";
     if (!tpc::fs::isRegularFileNoFollow(store))
         return CountPair{};
-    SQLite db;
-    db.setfileName("session.db");
-    db.setfilePath(store.string());
+    const auto db = stores::storeDb(store);
     SQLiteResult windows, attrs;
     const auto pair = db.countRows("SELECT * FROM windows;", &windows);
     const auto attrsPair = db.countRows("SELECT * FROM window_attrs;", &attrs);

@@ -41,9 +41,7 @@ std::int64_t arrayEntries(const fs::path& file, const char* key) {
 // looked at: the entries of "WebHistoryDates", sized with History.plist and HistoryIndex.sk.
 CountPair countSafariHistory(const StepContext& c) {
     if (auto db = safariStore(c, "History.db")) {
-        SQLite sqlite;
-        sqlite.setfileName("History.db");
-        sqlite.setfilePath(db->string());
+        const auto sqlite = stores::storeDb(*db);
         SQLiteResult result;
         const auto rows = static_cast<std::uint32_t>(
             sqlite.countRows("SELECT * FROM history_items;", &result).count);
