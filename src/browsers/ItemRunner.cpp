@@ -302,7 +302,7 @@ bool ItemRunner::remove(const std::string& description) const {
         if (!step.removes)
             continue;
         if (step.kind == StepKind::Cookies) {
-            removeCookies(step, places);
+            removeCookies(places);
             continue;
         }
         for (const auto& place : places)
@@ -361,7 +361,7 @@ void ItemRunner::removeStep(const Step& step, const Place& place) const {
 
 // Store by store, the cookies of every host that is not kept go, and the host leaves the delete
 // list; then the list is rebuilt from what the stores still hold.
-void ItemRunner::removeCookies(const Step& step, const std::vector<Place>& places) const {
+void ItemRunner::removeCookies(const std::vector<Place>& places) const {
     if (std::none_of(places.begin(), places.end(),
                      [](const Place& p) { return !p.profile.empty(); }))
         return;
@@ -370,27 +370,25 @@ void ItemRunner::removeCookies(const Step& step, const std::vector<Place>& place
                      " cookies were not deleted: the list of cookies to keep could not be read");
         return;
     }
-    if (step.removeFn) {
-        for (const auto& place : places)
-            step.removeFn({env_, def_, place});
-    } else {
-        for (const auto& place : places) {
-            for (const auto& name : def_.cookies.files) {
-                const auto store = place.profile / name;
-                bool busy = false;
-                std::vector<std::string> sqls;
-                for (const auto& host : cookieHosts(store, def_.cookies, &busy)) {
-                    const auto domain = CookieLists::stripLeadingDots(host);
-                    if (env_.cookies.allowedListContains(def_.list, domain))
-                        continue;
-                    sqls.push_back(std::string("DELETE FROM ") + def_.cookies.table + " WHERE " +
-                                   def_.cookies.hostColumn + "='" + sqlQuote(host) + "'");
-                    env_.cookies.removeFromDeleteList(def_.list, domain);
-                }
-                if (busy)
-                    noteBusyStore(env_, def_.name, store, StoreUse::Clean);
-                runBatch(store, sqls);
+    for (const auto& place : places) {
+        // A place without a profile (a cache folder) has no cookie store.
+        if (place.profile.empty())
+            continue;
+        for (const auto& name : def_.cookies.files) {
+            const auto store = place.profile / name;
+            bool busy = false;
+            std::vector<std::string> sqls;
+            for (const auto& host : cookieHosts(store, def_.cookies, &busy)) {
+                const auto domain = CookieLists::stripLeadingDots(host);
+                if (env_.cookies.allowedListContains(def_.list, domain))
+                    continue;
+                sqls.push_back(std::string("DELETE FROM ") + def_.cookies.table + " WHERE " +
+                               def_.cookies.hostColumn + "='" + sqlQuote(host) + "'");
+                env_.cookies.removeFromDeleteList(def_.list, domain);
             }
+            if (busy)
+                noteBusyStore(env_, def_.name, store, StoreUse::Clean);
+            runBatch(store, sqls);
         }
     }
     refreshCookies();

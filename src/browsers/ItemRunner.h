@@ -35,7 +35,7 @@ private:
     bool isQuit(const std::string& description) const;
     CountPair countStep(const Step& step, const Place& place) const;
     void removeStep(const Step& step, const Place& place) const;
-    void removeCookies(const Step& step, const std::vector<Place>& places) const;
+    void removeCookies(const std::vector<Place>& places) const;
 
     CleanerEnv env_;
     const BrowserDef& def_;

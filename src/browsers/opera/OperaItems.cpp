@@ -152,10 +152,11 @@ const BrowserDef& operaDef() {
           {operaTables("thumbnails.db", steps::tables({"thumbnails"}), {}, quiet)},
           Refresh::Always},
          {"Site Storage", Linux, 10, chromeFamilySteps({"Site Storage"})},
+         // On the cache base: it runs whether or not Opera's data folder exists.
          {"Site Preferences",
           Both,
           -1,
-          {steps::custom(countFirefoxSitePrefs, removeFirefoxSitePrefs)}}},
+          {steps::custom(countFirefoxSitePrefs, removeFirefoxSitePrefs, Base::Cache)}}},
         operaPlaces,
         {{"Cookies", "Network/Cookies"}, "cookies", "host_key"}};
     return def;

@@ -149,5 +149,27 @@ TEST(ChromeCookiesMissingTest, NoProfileCountsNothingAndDeletesNothing) {
     EXPECT_FALSE(fs::exists(h.chromeProfile()));
 }
 
+// A cache folder is a place without a profile: no cookie store is looked for below it, nor
+// relative to the working folder.
+TEST(ChromeCookiesPlacesTest, NoCookieStoreIsLookedForOutsideAProfile) {
+    BrowserHarness h;
+    Db profileCookies(h.chromiumProfile() / "Cookies");
+    profileCookies.exec(test::schema::kCookies);
+    insertChromeCookie(profileCookies, "gone.example", "a");
+    fs::create_directories(h.home() / ".cache/chromium");
+    const auto cwd = h.dir.path() / "cwd";
+    {
+        Db stray(cwd / "Cookies");
+        stray.exec(test::schema::kCookies);
+        insertChromeCookie(stray, "stray.example", "b");
+    }
+    const auto before = fs::current_path();
+    fs::current_path(cwd);
+    ItemRunner(h.env(), chromeFamilyDef(Browser::Chromium)).remove("Cookies");
+    fs::current_path(before);
+    EXPECT_EQ(profileCookies.rows("cookies"), 0);
+    EXPECT_EQ(Db(cwd / "Cookies").rows("cookies"), 1);
+}
+
 } // namespace
 } // namespace tpc::browsers
