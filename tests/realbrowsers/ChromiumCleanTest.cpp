@@ -7,16 +7,11 @@
 // Chromium is driven headless over its DevTools pipe: it is closed with "Browser.close", the way
 // that writes every store out (a SIGTERM in headless mode loses the cookies).
 
-#include "realbrowsers/BrowserProcess.h"
 #include "realbrowsers/RealBrowserTest.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <iostream>
-#include <optional>
 
 namespace tpc::test::real {
 namespace {
@@ -25,42 +20,22 @@ using namespace std::chrono_literals;
 
 class ChromiumClean : public RealBrowserTest {
 protected:
-    void SetUp() override {
-        executable = findBrowser("chromium");
-        if (!executable)
-            GTEST_SKIP() << "Chromium is not installed (no `chromium` on "
-                         << (std::getenv("TPC_REAL_BROWSER_PATH") ? "TPC_REAL_BROWSER_PATH"
-                                                                  : "PATH")
-                         << ")";
-        RealBrowserTest::SetUp();
-        serveSite(false);
-    }
+    void SetUp() override { setUpBrowser("chromium", "Chromium", Ending::DevToolsClose); }
 
-    // One headless run on `url`, ended once "/done" was served `doneTimes` times in all; the
-    // wait status of the browser.
-    int run(const std::string& url, std::size_t doneTimes, std::chrono::seconds limit) {
-        ++runs;
-        BrowserProcess browser(
-            {*executable,
-             {"--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
-              "--no-default-browser-check", "--disable-background-networking",
-              "--disable-component-update", "--disable-sync", "--password-store=basic",
-              "--remote-debugging-pipe", "--user-data-dir=" + userData.string(), url},
-             home,
-             dir / ("chromium-" + std::to_string(runs) + ".log"),
-             true});
-        EXPECT_TRUE(visitEnded(doneTimes, limit))
-            << "run " << runs << ": Chromium did not reach /done within " << limit.count()
-            << " s; requests: " << joined(site.requests()) << "\nlog:\n"
-            << browser.logTail();
-        const bool asked = browser.sendDevTools(R"({"id":1,"method":"Browser.close"})");
-        auto status = asked ? browser.waitExit(30s) : std::nullopt;
-        if (!status) {
-            ADD_FAILURE() << "run " << runs << ": Chromium did not close on Browser.close\n"
-                          << browser.logTail();
-            status = browser.stop(10s);
-        }
-        return *status;
+    std::vector<std::string> arguments(const std::string& url) const override {
+        return {"--headless",
+                "--no-sandbox",
+                "--disable-gpu",
+                "--disable-quic",
+                "--no-first-run",
+                "--no-default-browser-check",
+                "--disable-background-networking",
+                "--disable-component-update",
+                "--disable-sync",
+                "--password-store=basic",
+                "--remote-debugging-pipe",
+                "--user-data-dir=" + userData.string(),
+                url};
     }
 
     std::vector<std::string> sessionFiles() const {
@@ -75,24 +50,14 @@ protected:
         return files;
     }
 
-    std::string removedUrlIds() const {
-        std::string ids;
-        for (const auto& id :
-             queryRows(profile / "History", "SELECT id FROM urls WHERE url LIKE '%127.0.0.1%'"))
-            ids += (ids.empty() ? "" : ",") + id;
-        return ids;
-    }
-
-    std::optional<fs::path> executable;
-    int runs = 0;
     fs::path userData = home / ".config/chromium";
     fs::path profile = userData / "Default";
     fs::path cache = home / ".cache/chromium";
+    const CookieTable cookies{profile / "Cookies", "cookies", "host_key"};
     const std::vector<std::string> removed = {kRemovedHost};
 };
 
 TEST_F(ChromiumClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRest) {
-    const auto started = std::chrono::steady_clock::now();
     // The bookmark is in place before the first start, in Chromium's own file.
     writeFile(profile / "Bookmarks",
               R"({"roots":{"bookmark_bar":{"children":[{"id":"4","name":")" +
@@ -108,18 +73,14 @@ TEST_F(ChromiumClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRe
     ASSERT_EQ(describeStatus(run(siteUrl(kRemovedHost, "/a"), 2, 60s)), "exit 0");
 
     // What the runs stored: without it the checks below would prove nothing.
-    const auto urlIds = removedUrlIds();
+    const auto urlIds =
+        idList(profile / "History", "SELECT id FROM urls WHERE url LIKE '%127.0.0.1%'");
     ASSERT_FALSE(urlIds.empty()) << "no History row of " << kRemovedHost;
     ASSERT_GT(queryCount(profile / "History",
                          "SELECT count(*) FROM visits WHERE url IN (" + urlIds + ")"),
               0);
-    const auto keptCookies =
-        queryRows(profile / "Cookies",
-                  "SELECT host_key, name FROM cookies WHERE host_key = 'localhost' ORDER BY 1, 2");
-    ASSERT_FALSE(keptCookies.empty()) << "no cookie of " << kKeptHost;
-    ASSERT_GT(queryCount(profile / "Cookies",
-                         "SELECT count(*) FROM cookies WHERE host_key LIKE '%127.0.0.1%'"),
-              0);
+    std::vector<std::string> keptCookies;
+    ASSERT_NO_FATAL_FAILURE(cookiesBeforeClean(cookies, keptCookies));
     const auto keptIndexedDb = entriesNamed(profile / "IndexedDB", "_localhost_");
     ASSERT_FALSE(keptIndexedDb.empty()) << "no IndexedDB of " << kKeptHost;
     ASSERT_FALSE(entriesNamed(profile / "IndexedDB", "_127.0.0.1_").empty());
@@ -137,13 +98,11 @@ TEST_F(ChromiumClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRe
     const bool iconsStored = !cellsNaming(profile / "Favicons", removed).empty();
     const bool cached = !filesNaming(cache, removed).empty();
     const bool sessionStorage = !filesNaming(profile / "Session Storage", removed).empty();
-    for (const auto& [made, what] : {std::pair{formEntries > 0, "a form entry"},
-                                     {downloads > 0, "a download"},
-                                     {iconsStored, "a site icon"},
-                                     {cached, "a cached page"},
-                                     {sessionStorage, "session storage"}})
-        if (!made)
-            std::cout << "[ note ] Chromium made no " << what << " here: not checked\n";
+    noteKindsNotMade({{formEntries > 0, "a form entry"},
+                      {downloads > 0, "a download"},
+                      {iconsStored, "a site icon"},
+                      {cached, "a cached page"},
+                      {sessionStorage, "session storage"}});
 
     const auto cleaned = keepHostAndCleanEverything("Chromium");
     ASSERT_FALSE(cleaned.items.empty());
@@ -160,16 +119,7 @@ TEST_F(ChromiumClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRe
         if (iconsStored)
             EXPECT_EQ(joined(cellsNaming(profile / "Favicons", removed)), "(none)");
     }
-    {
-        SCOPED_TRACE("cookies");
-        EXPECT_EQ(joined(queryRows(profile / "Cookies",
-                                   "SELECT host_key, name FROM cookies "
-                                   "WHERE host_key LIKE '%127.0.0.1%' ORDER BY 1, 2")),
-                  "(none)");
-        EXPECT_EQ(queryRows(profile / "Cookies", "SELECT host_key, name FROM cookies "
-                                                 "WHERE host_key = 'localhost' ORDER BY 1, 2"),
-                  keptCookies);
-    }
+    expectCookiesCleaned(cookies, keptCookies);
     {
         SCOPED_TRACE("site storage: IndexedDB, Local Storage, Session Storage, quota records");
         EXPECT_EQ(joined(entriesNamed(profile / "IndexedDB", "_127.0.0.1_")), "(none)");
@@ -201,15 +151,9 @@ TEST_F(ChromiumClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRe
     // The cleaned profile still works: Chromium starts on it, loads a page and closes normally,
     // and every store it has is sound.
     EXPECT_EQ(describeStatus(run(siteUrl(kRemovedHost, "/done"), 3, 60s)), "exit 0");
-    for (const auto& store : sqliteStores(userData))
-        EXPECT_EQ(integrityOf(store), "ok") << store;
+    expectSoundStores(userData);
     EXPECT_NE(readFile(profile / "Bookmarks").find(kBookmarkUrl), std::string::npos);
-
-    std::cout << "[ note ] Chromium: "
-              << std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() -
-                                                                  started)
-                     .count()
-              << " s for " << runs << " runs and the clean of: " << joined(cleaned.items) << "\n";
+    noteTimeTaken(cleaned);
 }
 
 } // namespace

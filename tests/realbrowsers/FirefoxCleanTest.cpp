@@ -8,15 +8,12 @@
 // lets scripts do that), and Firefox quits with its last window, writing every store out. A
 // SIGTERM would not: it leaves no session and half-written stores.
 
-#include "realbrowsers/BrowserProcess.h"
 #include "realbrowsers/RealBrowserTest.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <iostream>
-#include <optional>
 
 namespace tpc::test::real {
 namespace {
@@ -46,51 +43,16 @@ user_pref("dom.allow_scripts_to_close_windows", true);
 
 class FirefoxClean : public RealBrowserTest {
 protected:
-    void SetUp() override {
-        executable = findBrowser("firefox-esr");
-        if (!executable)
-            GTEST_SKIP() << "Firefox ESR is not installed (no `firefox-esr` on "
-                         << (std::getenv("TPC_REAL_BROWSER_PATH") ? "TPC_REAL_BROWSER_PATH"
-                                                                  : "PATH")
-                         << ")";
-        RealBrowserTest::SetUp();
-        serveSite(true);
-    }
+    void SetUp() override { setUpBrowser("firefox-esr", "Firefox", Ending::PageClosesWindow); }
 
-    // One headless run on `url`: "/done" is served for the `doneTimes`-th time and closes the
-    // window, and Firefox quits; its wait status.
-    int run(const std::string& url, std::size_t doneTimes, std::chrono::seconds limit) {
-        ++runs;
-        BrowserProcess browser({*executable,
-                                {"--headless", "--no-remote", "--profile", profile.string(), url},
-                                home,
-                                dir / ("firefox-" + std::to_string(runs) + ".log"),
-                                false});
-        EXPECT_TRUE(visitEnded(doneTimes, limit))
-            << "run " << runs << ": Firefox did not reach /done within " << limit.count()
-            << " s; requests: " << joined(site.requests()) << "\nlog:\n"
-            << browser.logTail();
-        auto status = browser.waitExit(30s);
-        if (!status) {
-            ADD_FAILURE() << "run " << runs << ": Firefox did not quit with its last window\n"
-                          << browser.logTail();
-            status = browser.stop(10s);
-        }
-        return *status;
+    std::vector<std::string> arguments(const std::string& url) const override {
+        return {"--headless", "--no-remote", "--profile", profile.string(), url};
     }
 
     std::vector<std::string> bookmarks() const {
         return queryRows(profile / "places.sqlite",
                          "SELECT b.title, p.url FROM moz_bookmarks b "
                          "JOIN moz_places p ON p.id = b.fk ORDER BY b.id");
-    }
-
-    std::string removedPlaceIds() const {
-        std::string ids;
-        for (const auto& id : queryRows(profile / "places.sqlite",
-                                        "SELECT id FROM moz_places WHERE url LIKE '%127.0.0.1%'"))
-            ids += (ids.empty() ? "" : ",") + id;
-        return ids;
     }
 
     long long downloadRecords() const {
@@ -108,18 +70,16 @@ protected:
         return files;
     }
 
-    std::optional<fs::path> executable;
-    int runs = 0;
     fs::path profiles = home / ".mozilla/firefox";
     fs::path profile = profiles / "tpcreal.default";
     fs::path cache = home / ".cache/mozilla/firefox/tpcreal.default";
     fs::path storage = profile / "storage/default";
+    const CookieTable cookies{profile / "cookies.sqlite", "moz_cookies", "host"};
     // Places keep hosts reversed ("1.0.0.721." in rev_host), as does the old local storage.
     const std::vector<std::string> removed = {kRemovedHost, "1.0.0.721."};
 };
 
 TEST_F(FirefoxClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRest) {
-    const auto started = std::chrono::steady_clock::now();
     writeFile(profiles / "profiles.ini", "[Profile0]\nName=default\nIsRelative=1\n"
                                          "Path=tpcreal.default\nDefault=1\n\n"
                                          "[General]\nStartWithLastProfile=1\nVersion=2\n");
@@ -144,19 +104,15 @@ TEST_F(FirefoxClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRes
     ASSERT_NE(std::find(bookmarksBefore.begin(), bookmarksBefore.end(), bookmark),
               bookmarksBefore.end())
         << joined(bookmarksBefore);
-    const auto placeIds = removedPlaceIds();
+    const auto placeIds =
+        idList(profile / "places.sqlite", "SELECT id FROM moz_places WHERE url LIKE '%127.0.0.1%'");
     ASSERT_FALSE(placeIds.empty()) << "no place of " << kRemovedHost;
     ASSERT_GT(
         queryCount(profile / "places.sqlite",
                    "SELECT count(*) FROM moz_historyvisits WHERE place_id IN (" + placeIds + ")"),
         0);
-    const auto keptCookies =
-        queryRows(profile / "cookies.sqlite",
-                  "SELECT host, name FROM moz_cookies WHERE host = 'localhost' ORDER BY 1, 2");
-    ASSERT_FALSE(keptCookies.empty()) << "no cookie of " << kKeptHost;
-    ASSERT_GT(queryCount(profile / "cookies.sqlite",
-                         "SELECT count(*) FROM moz_cookies WHERE host LIKE '%127.0.0.1%'"),
-              0);
+    std::vector<std::string> keptCookies;
+    ASSERT_NO_FATAL_FAILURE(cookiesBeforeClean(cookies, keptCookies));
     const auto keptStorage = entriesNamed(storage, "+++localhost+");
     ASSERT_EQ(keptStorage.size(), 1u) << "no site storage of " << kKeptHost;
     ASSERT_TRUE(fs::is_directory(storage / keptStorage.front() / "idb"));
@@ -167,11 +123,8 @@ TEST_F(FirefoxClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRes
     const auto downloads = downloadRecords();
     const bool iconsStored = !cellsNaming(profile / "favicons.sqlite", removed).empty();
     const bool cached = !filesNaming(cache, removed).empty();
-    for (const auto& [made, what] : {std::pair{downloads > 0, "downloads"},
-                                     {iconsStored, "site icons"},
-                                     {cached, "cached pages"}})
-        if (!made)
-            std::cout << "[ note ] Firefox stored no " << what << " of the site: not checked\n";
+    noteKindsNotMade(
+        {{downloads > 0, "a download"}, {iconsStored, "a site icon"}, {cached, "a cached page"}});
 
     const auto cleaned = keepHostAndCleanEverything("Firefox");
     ASSERT_FALSE(cleaned.items.empty());
@@ -188,17 +141,7 @@ TEST_F(FirefoxClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRes
         if (downloads > 0)
             EXPECT_EQ(downloadRecords(), 0);
     }
-    {
-        SCOPED_TRACE("cookies");
-        EXPECT_EQ(joined(queryRows(profile / "cookies.sqlite",
-                                   "SELECT host, name FROM moz_cookies "
-                                   "WHERE host LIKE '%127.0.0.1%' ORDER BY 1, 2")),
-                  "(none)");
-        EXPECT_EQ(queryRows(profile / "cookies.sqlite",
-                            "SELECT host, name FROM moz_cookies WHERE host = 'localhost' "
-                            "ORDER BY 1, 2"),
-                  keptCookies);
-    }
+    expectCookiesCleaned(cookies, keptCookies);
     {
         SCOPED_TRACE("site storage: storage/default and its records");
         EXPECT_EQ(joined(entriesNamed(storage, "+++127.0.0.1+")), "(none)");
@@ -231,14 +174,8 @@ TEST_F(FirefoxClean, EveryItemCleanedLeavesNothingOfTheRemovedHostAndKeepsTheRes
     EXPECT_EQ(describeStatus(run(siteUrl(kRemovedHost, "/done"), 2, 60s)), "exit 0");
     EXPECT_EQ(joined(entriesNamed(profile, ".corrupt")), "(none)");
     EXPECT_EQ(bookmarks(), bookmarksBefore);
-    for (const auto& store : sqliteStores(profile))
-        EXPECT_EQ(integrityOf(store), "ok") << store;
-
-    std::cout << "[ note ] Firefox: "
-              << std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() -
-                                                                  started)
-                     .count()
-              << " s for " << runs << " runs and the clean of: " << joined(cleaned.items) << "\n";
+    expectSoundStores(profile);
+    noteTimeTaken(cleaned);
 }
 
 } // namespace

@@ -148,6 +148,13 @@ std::vector<std::string> queryRows(const fs::path& db, const std::string& sql) {
     return rows;
 }
 
+std::string idList(const fs::path& db, const std::string& sql) {
+    std::string ids;
+    for (const auto& id : queryRows(db, sql))
+        ids += (ids.empty() ? "" : ",") + id;
+    return ids;
+}
+
 long long queryCount(const fs::path& db, const std::string& sql) {
     const auto rows = queryRows(db, sql);
     if (rows.empty())

@@ -22,6 +22,9 @@ std::vector<std::filesystem::path> sqliteStores(const std::filesystem::path& roo
 // Every row of `sql` on a read-only connection, cells joined with "|" (NULL as "NULL"); a store
 // or query that fails is a test failure and gives no rows.
 std::vector<std::string> queryRows(const std::filesystem::path& db, const std::string& sql);
+// The rows of a one-column `sql` joined with commas ("1,4,9"), "" when there are none: a list
+// for "... IN (...)".
+std::string idList(const std::filesystem::path& db, const std::string& sql);
 // The first cell of `sql` as an integer; -1 when there is no row.
 long long queryCount(const std::filesystem::path& db, const std::string& sql);
 // Every cell of every table of `db` whose text contains one of `needles`, each as

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 
@@ -63,6 +64,46 @@ void RealBrowserTest::SetUp() {
     // a reason for the test program to end.
     std::signal(SIGPIPE, SIG_IGN);
     fs::create_directories(home);
+}
+
+void RealBrowserTest::setUpBrowser(const std::string& command, const std::string& name,
+                                   Ending ending) {
+    browserCommand = command;
+    browserName = name;
+    browserEnding = ending;
+    executable = findBrowser(command);
+    if (!executable)
+        GTEST_SKIP() << name << " is not installed (no `" << command << "` on "
+                     << (std::getenv("TPC_REAL_BROWSER_PATH") ? "TPC_REAL_BROWSER_PATH" : "PATH")
+                     << ")";
+    RealBrowserTest::SetUp();
+    serveSite(ending == Ending::PageClosesWindow);
+    started = std::chrono::steady_clock::now();
+}
+
+int RealBrowserTest::run(const std::string& url, std::size_t doneTimes,
+                         std::chrono::seconds limit) {
+    using namespace std::chrono_literals;
+    ++runs;
+    const bool devTools = browserEnding == Ending::DevToolsClose;
+    BrowserProcess browser({*executable, arguments(url), home,
+                            dir / (browserCommand + "-" + std::to_string(runs) + ".log"),
+                            devTools});
+    EXPECT_TRUE(visitEnded(doneTimes, limit))
+        << "run " << runs << ": " << browserName << " did not reach /done within " << limit.count()
+        << " s; requests: " << joined(site.requests()) << "\nlog:\n"
+        << browser.logTail();
+    const bool asked = !devTools || browser.sendDevTools(R"({"id":1,"method":"Browser.close"})");
+    auto status = asked ? browser.waitExit(30s) : std::nullopt;
+    if (!status) {
+        ADD_FAILURE() << "run " << runs << ": " << browserName
+                      << (devTools ? " did not close on Browser.close"
+                                   : " did not quit with its last window")
+                      << "\n"
+                      << browser.logTail();
+        status = browser.stop(10s);
+    }
+    return *status;
 }
 
 void RealBrowserTest::serveSite(bool closeWhenDone) {
@@ -147,6 +188,48 @@ RealBrowserTest::Cleaned RealBrowserTest::keepHostAndCleanEverything(const std::
     for (const auto& text : cleaned.logs)
         std::cout << "[ note ] the clean logged: " << text << "\n";
     return cleaned;
+}
+
+std::vector<std::string> RealBrowserTest::cookieRows(const CookieTable& cookies,
+                                                     const std::string& where) {
+    return queryRows(cookies.db, "SELECT " + cookies.hostColumn + ", name FROM " + cookies.table +
+                                     " WHERE " + cookies.hostColumn + " " + where +
+                                     " ORDER BY 1, 2");
+}
+
+void RealBrowserTest::cookiesBeforeClean(const CookieTable& cookies,
+                                         std::vector<std::string>& kept) const {
+    kept = cookieRows(cookies, "= '" + std::string(kKeptHost) + "'");
+    ASSERT_FALSE(kept.empty()) << "no cookie of " << kKeptHost;
+    ASSERT_FALSE(cookieRows(cookies, "LIKE '%" + std::string(kRemovedHost) + "%'").empty())
+        << "no cookie of " << kRemovedHost;
+}
+
+void RealBrowserTest::expectCookiesCleaned(const CookieTable& cookies,
+                                           const std::vector<std::string>& kept) const {
+    SCOPED_TRACE("cookies");
+    EXPECT_EQ(joined(cookieRows(cookies, "LIKE '%" + std::string(kRemovedHost) + "%'")), "(none)");
+    EXPECT_EQ(cookieRows(cookies, "= '" + std::string(kKeptHost) + "'"), kept);
+}
+
+void RealBrowserTest::noteKindsNotMade(
+    std::initializer_list<std::pair<bool, const char*>> kinds) const {
+    for (const auto& [made, what] : kinds)
+        if (!made)
+            std::cout << "[ note ] " << browserName << " made no " << what
+                      << " here: not checked\n";
+}
+
+void RealBrowserTest::expectSoundStores(const fs::path& root) {
+    for (const auto& store : sqliteStores(root))
+        EXPECT_EQ(integrityOf(store), "ok") << store;
+}
+
+void RealBrowserTest::noteTimeTaken(const Cleaned& cleaned) const {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(
+        std::chrono::steady_clock::now() - started);
+    std::cout << "[ note ] " << browserName << ": " << seconds.count() << " s for " << runs
+              << " runs and the clean of: " << joined(cleaned.items) << "\n";
 }
 
 void RealBrowserTest::noteFilesNamingRemovedHost(const fs::path& root,

@@ -1,11 +1,10 @@
 #pragma once
-// A small HTTP server for tests on 127.0.0.1, on a port the system chose: one thread accepts one
-// connection at a time and answers every request with the response set last.
+// A small HTTP server for tests on 127.0.0.1, on a port the system chose, that answers every
+// request with the response set last (a SiteHttpServer with no routes).
 
-#include <atomic>
-#include <mutex>
+#include "support/SiteHttpServer.h"
+
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tpc::test {
@@ -17,7 +16,7 @@ public:
     LocalHttpServer(const LocalHttpServer&) = delete;
     LocalHttpServer& operator=(const LocalHttpServer&) = delete;
 
-    int port() const { return port_; }
+    int port() const { return site_.port(); }
     // "http://127.0.0.1:<port>" followed by `path`.
     std::string url(const std::string& path) const;
     void respond(int status, std::string body);
@@ -28,16 +27,7 @@ public:
     static int closedPort();
 
 private:
-    void serve();
-
-    int listener_ = -1;
-    int port_ = 0;
-    std::atomic<bool> stopping_{false};
-    mutable std::mutex mutex_;
-    int status_ = 200;
-    std::string body_;
-    std::vector<std::string> requests_;
-    std::thread thread_;
+    SiteHttpServer site_;
 };
 
 } // namespace tpc::test

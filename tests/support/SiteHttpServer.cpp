@@ -43,23 +43,31 @@ std::string siteHeader(const std::string& head, const std::string& name) {
 
 } // namespace
 
-SiteHttpServer::SiteHttpServer() {
-    listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listener_ < 0)
+int boundLoopbackSocket(int& port) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
         throw std::runtime_error("socket failed");
     const int yes = 1;
-    ::setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
-    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0 ||
-        ::listen(listener_, 64) != 0) {
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        ::close(fd);
+        throw std::runtime_error("cannot bind on 127.0.0.1");
+    }
+    port = ntohs(address.sin_port);
+    return fd;
+}
+
+SiteHttpServer::SiteHttpServer() {
+    listener_ = boundLoopbackSocket(port_);
+    if (::listen(listener_, 64) != 0) {
         ::close(listener_);
         throw std::runtime_error("cannot listen on 127.0.0.1");
     }
-    port_ = ntohs(address.sin_port);
     acceptor_ = std::thread([this] { accept(); });
 }
 
@@ -87,9 +95,19 @@ void SiteHttpServer::route(const std::string& path, SiteResponse response) {
     routes_[path] = std::move(response);
 }
 
+void SiteHttpServer::routeOthers(SiteResponse response) {
+    std::lock_guard lock(mutex_);
+    others_ = std::move(response);
+}
+
 std::vector<std::string> SiteHttpServer::requests() const {
     std::lock_guard lock(mutex_);
     return requests_;
+}
+
+std::vector<std::string> SiteHttpServer::requestLines() const {
+    std::lock_guard lock(mutex_);
+    return requestLines_;
 }
 
 std::size_t SiteHttpServer::count(const std::string& host, const std::string& path) const {
@@ -156,12 +174,11 @@ void SiteHttpServer::answer(int client) {
     const auto path = target.substr(0, target.find('?'));
 
     SiteResponse response;
-    response.status = 404;
-    response.contentType = "text/plain";
     {
         std::lock_guard lock(mutex_);
-        if (auto it = routes_.find(path); it != routes_.end())
-            response = it->second;
+        const auto it = routes_.find(path);
+        response = it != routes_.end() ? it->second : others_;
+        requestLines_.push_back(line);
     }
     std::string text = "HTTP/1.1 " + std::to_string(response.status) + " " +
                        siteReason(response.status) + "\r\nContent-Type: " + response.contentType +

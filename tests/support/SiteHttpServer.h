@@ -1,10 +1,10 @@
 #pragma once
 // A small web site for tests that drive real browsers: an HTTP server on 127.0.0.1, on a port the
 // system chose, answering each path with its own response (headers included, so pages can set
-// cookies or be downloads) and 404 for any other. Every connection is served on its own thread,
-// one request each, so a browser's idle speculative connections never hold the others up. It
-// answers for any host name that reaches it: "127.0.0.1" and "localhost" are two sites to a
-// browser, served by the same pages.
+// cookies or be downloads) and any other with one response, a 404 unless set. Every connection is
+// served on its own thread, one request each, so a browser's idle speculative connections never
+// hold the others up. It answers for any host name that reaches it: "127.0.0.1" and "localhost"
+// are two sites to a browser, served by the same pages.
 
 #include <atomic>
 #include <chrono>
@@ -26,6 +26,10 @@ struct SiteResponse {
     std::string body;
 };
 
+// A TCP socket bound to 127.0.0.1 on a port the system chose, not yet listening; its port in
+// `port`.
+int boundLoopbackSocket(int& port);
+
 class SiteHttpServer {
 public:
     SiteHttpServer();
@@ -38,9 +42,13 @@ public:
     std::string url(const std::string& host, const std::string& path) const;
     // The response for `path` (the request target without its query).
     void route(const std::string& path, SiteResponse response);
+    // The response for every path with no route of its own (a 404 until set).
+    void routeOthers(SiteResponse response);
 
     // The requests received so far, each "<Host header><target>" ("127.0.0.1:4242/a?q=1").
     std::vector<std::string> requests() const;
+    // The request lines received so far ("GET /a%20b HTTP/1.1"), each kept before it is answered.
+    std::vector<std::string> requestLines() const;
     // How many requests for `path` (query ignored) came with the Host `host`:<port>.
     std::size_t count(const std::string& host, const std::string& path) const;
     // Waits until `count(host, path)` reaches `times`, at most `limit`; whether it did.
@@ -58,7 +66,9 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable arrived_;
     std::map<std::string, SiteResponse> routes_;
+    SiteResponse others_{404, "text/plain", {}, {}};
     std::vector<std::string> requests_;
+    std::vector<std::string> requestLines_;
     std::vector<std::thread> connections_;
     std::thread acceptor_;
 };
