@@ -94,16 +94,16 @@ void deleteEntries(const CleanerEnv& env, const std::vector<fs::path>& paths) {
         env.deleter.deleteFiles(existing);
 }
 
-std::vector<std::string> cookieHosts(const fs::path& store, const CookieStores& spec, bool* busy) {
+std::vector<std::string> cookieHosts(const fs::path& store, const CookieStores& kind, bool* busy) {
     std::vector<std::string> hosts;
     if (!tpc::fs::isRegularFileNoFollow(store))
         return hosts;
     SQLiteResult result;
-    stores::storeDb(store).query(std::string("SELECT * FROM ") + spec.table + ";", result);
+    stores::storeDb(store).query(std::string("SELECT * FROM ") + kind.table + ";", result);
     if (busy)
         *busy = result.busy();
     const auto& names = result.columnNames();
-    const auto column = std::find(names.begin(), names.end(), spec.hostColumn);
+    const auto column = std::find(names.begin(), names.end(), kind.hostColumn);
     if (!result.ok() || column == names.end())
         return hosts;
     const auto index = static_cast<std::size_t>(column - names.begin());

@@ -59,7 +59,7 @@ CountPair countEntries(const std::vector<std::filesystem::path>& paths);
 // Hands the entries that exist to the deleter in one call.
 void deleteEntries(const CleanerEnv& env, const std::vector<std::filesystem::path>& paths);
 // The host cells of a store's cookie rows; `busy` set when the store is held locked.
-std::vector<std::string> cookieHosts(const std::filesystem::path& store, const CookieStores& spec,
+std::vector<std::string> cookieHosts(const std::filesystem::path& store, const CookieStores& kind,
                                      bool* busy = nullptr);
 } // namespace items
 
