@@ -2,10 +2,11 @@
 // "Site Storage": what web sites keep in a browser profile besides cookies and the cache
 // (IndexedDB databases, Local Storage, Session Storage, service worker caches, file systems).
 // A folder that belongs to one origin stays when the origin's host is kept by the browser's
-// cookie keep list, as its cookies would. Stores every site shares cannot be split by host
-// without reading their databases, so they go only while the keep list is empty; otherwise they
-// stay and the clean logs one line naming them. When the keep list could not be read nothing is
-// removed at all.
+// cookie keep list, as its cookies would, and so do its records in the browser's own bookkeeping
+// tables. Local Storage is split by host inside its database. The other stores every site shares
+// cannot be split by host, so they go only while the keep list is empty; otherwise they stay and
+// the clean logs one line naming them. When the keep list could not be read nothing is removed
+// at all.
 
 #include "browsers/CleanerEnv.h"
 #include "browsers/CookieLists.h"
