@@ -2,7 +2,7 @@
 // run on every profile folder (macos: "Default") and every cache folder of the browser. The
 // macos rows keep the stores as the older releases had them; the linux rows reach the stores as
 // today's releases keep them: tables are looked up first, a store the running browser holds
-// locked is reported, and the search engines ("keywords") stay with form data.
+// locked is reported, and a form data clean leaves the search engines ("keywords") alone.
 
 #include "browsers/BusyStores.h"
 #include "browsers/ItemRunner.h"
