@@ -6,6 +6,7 @@
 //
 // Every round writes fresh files for each contender; the table shows medians over the rounds.
 
+#include "BenchSupport.h"
 #include "core/Clock.h"
 #include "core/SystemLog.h"
 #include "erase/Deleter.h"
@@ -44,11 +45,11 @@ struct Options {
     bool shred = true;
 };
 
-[[noreturn]] void usage(const char* why) {
+[[noreturn]] void usage(const std::string& why) {
     std::fprintf(stderr,
                  "erase_bench: %s\nusage: erase_bench [--dir DIR] [--files N] "
                  "[--size BYTES[k|M]] [--methods 0,2,7] [--rounds R] [--no-shred]\n",
-                 why);
+                 why.c_str());
     std::exit(2);
 }
 
@@ -69,13 +70,7 @@ std::uint64_t parseSize(const std::string& text) {
 
 Options parse(int argc, char** argv) {
     Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                usage("missing value");
-            return argv[++i];
-        };
+    tpc::bench::readOptions(argc, argv, usage, [&](const std::string& arg, auto value) {
         if (arg == "--dir")
             o.dir = value();
         else if (arg == "--files")
@@ -98,8 +93,9 @@ Options parse(int argc, char** argv) {
                 at = comma + 1;
             }
         } else
-            usage(("unknown argument " + arg).c_str());
-    }
+            return false;
+        return true;
+    });
     return o;
 }
 
@@ -174,10 +170,7 @@ double timeIt(const std::function<void()>& work) {
     return Seconds(std::chrono::steady_clock::now() - start).count();
 }
 
-double median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
+using tpc::bench::median;
 
 bool shredAvailable() {
     pid_t pid = 0;

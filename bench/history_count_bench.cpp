@@ -10,6 +10,7 @@
 // median wall time and the peak resident memory of each. Exits 1 when tpc takes longer than the
 // shell or more than 30 MB.
 
+#include "BenchSupport.h"
 #include "support/StoreSchemas.h"
 
 #include <sqlite3.h>
@@ -71,13 +72,7 @@ struct Options {
 
 Options parse(int argc, char** argv) {
     Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                usage("missing value");
-            return argv[++i];
-        };
+    tpc::bench::readOptions(argc, argv, usage, [&](const std::string& arg, auto value) {
         if (arg == "--dir")
             o.dir = value();
         else if (arg == "--rows")
@@ -89,31 +84,15 @@ Options parse(int argc, char** argv) {
         else if (arg == "--shell")
             o.shell = value();
         else
-            usage("unknown argument " + arg);
-    }
+            return false;
+        return true;
+    });
     return o;
 }
 
 // ---- building the store ----
 
-// A small deterministic generator, so every run builds the same store.
-struct Random {
-    std::uint64_t state = 0x9E3779B97F4A7C15ULL;
-    std::uint64_t next() {
-        state ^= state << 13;
-        state ^= state >> 7;
-        state ^= state << 17;
-        return state;
-    }
-    std::int64_t below(std::uint64_t n) { return static_cast<std::int64_t>(next() % n); }
-    std::string word(int minLength, int maxLength) {
-        std::string text(static_cast<std::size_t>(minLength + below(maxLength - minLength + 1)),
-                         'a');
-        for (char& ch : text)
-            ch = static_cast<char>('a' + below(26));
-        return text;
-    }
-};
+using tpc::bench::Random;
 
 // Microseconds since 1601, as the browser stores times.
 constexpr std::int64_t kNow = 13'340'000'000'000'000LL;
@@ -293,11 +272,7 @@ Run run(const std::vector<std::string>& args, std::string* out = nullptr) {
     return r;
 }
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
+using tpc::bench::median;
 
 // The number after `"count":` in tpc's JSON answer, or -1.
 long long countIn(const std::string& json) {

@@ -5,6 +5,7 @@
 // Usage: sqlite_count_bench [total-rows (default 500000)] [repeats (default 5)]
 // Builds a Chrome-like "History" store in a temporary folder, removed afterwards.
 
+#include "BenchSupport.h"
 #include "browsers/sqlite/SQLite.h"
 
 #include <fcntl.h>
@@ -63,23 +64,7 @@ const char* const kTables[] = {
 // Share of the total rows per table, in per mille, in the order of kTables.
 const int kShares[] = {200, 400, 60, 60, 120, 10, 20, 130};
 
-// A small deterministic generator, so every run builds the same store.
-struct Random {
-    std::uint64_t state = 0x9E3779B97F4A7C15ULL;
-    std::uint64_t next() {
-        state ^= state << 13;
-        state ^= state >> 7;
-        state ^= state << 17;
-        return state;
-    }
-    std::uint64_t below(std::uint64_t n) { return next() % n; }
-    std::string word(std::size_t minLength, std::size_t maxLength) {
-        std::string text(minLength + below(maxLength - minLength + 1), 'a');
-        for (char& ch : text)
-            ch = static_cast<char>('a' + below(26));
-        return text;
-    }
-};
+using tpc::bench::Random;
 
 class Database {
 public:
@@ -282,11 +267,7 @@ double millisecondsOf(const std::function<void()>& work) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
+using tpc::bench::median;
 
 } // namespace
 

@@ -9,6 +9,7 @@
 // counts every entry, then times the best of R runs of each. Exits 1 when tpc takes more than
 // 1.5 times as long as du.
 
+#include "BenchSupport.h"
 #include "core/Clock.h"
 #include "core/Context.h"
 #include "core/MainThread.h"
@@ -60,23 +61,17 @@ struct Options {
 #endif
 };
 
-[[noreturn]] void usage(const char* why) {
+[[noreturn]] void usage(const std::string& why) {
     std::fprintf(stderr,
                  "walk_bench: %s\nusage: walk_bench [--dir DIR] [--files N] [--runs R] "
                  "[--tpc PATH]\n",
-                 why);
+                 why.c_str());
     std::exit(2);
 }
 
 Options parse(int argc, char** argv) {
     Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                usage("missing value");
-            return argv[++i];
-        };
+    tpc::bench::readOptions(argc, argv, usage, [&](const std::string& arg, auto value) {
         if (arg == "--dir")
             o.dir = value();
         else if (arg == "--files")
@@ -86,8 +81,9 @@ Options parse(int argc, char** argv) {
         else if (arg == "--tpc")
             o.tpc = value();
         else
-            usage(("unknown argument " + arg).c_str());
-    }
+            return false;
+        return true;
+    });
     return o;
 }
 
@@ -100,7 +96,7 @@ std::uint64_t buildTree(const fs::path& top, long files) {
         if (::mkdir(p.c_str(), 0755) == 0)
             ++entries;
         else if (errno != EEXIST)
-            usage(("cannot create " + p.string()).c_str());
+            usage("cannot create " + p.string());
     };
     ::mkdir(top.c_str(), 0755);
     const long leaves = (files + kFilesPerFolder - 1) / kFilesPerFolder;
