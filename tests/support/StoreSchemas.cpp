@@ -5,31 +5,24 @@
 
 namespace tpc::test::schema {
 
-const char* const kArchivedHistory =
-    "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
-    "CREATE TABLE urls(id INTEGER PRIMARY KEY,url LONGVARCHAR,title LONGVARCHAR,"
-    "visit_count INTEGER DEFAULT 0 NOT NULL,typed_count INTEGER DEFAULT 0 NOT NULL,"
-    "last_visit_time INTEGER NOT NULL,hidden INTEGER DEFAULT 0 NOT NULL,"
-    "favicon_id INTEGER DEFAULT 0 NOT NULL);"
-    "CREATE TABLE visits(id INTEGER PRIMARY KEY,url INTEGER NOT NULL,visit_time INTEGER NOT "
-    "NULL,from_visit INTEGER,transition INTEGER DEFAULT 0 NOT NULL,segment_id INTEGER,"
-    "is_indexed BOOLEAN,visit_duration INTEGER DEFAULT 0 NOT NULL);"
-    "CREATE TABLE visit_source(id INTEGER PRIMARY KEY,source INTEGER NOT NULL);"
-    "CREATE TABLE keyword_search_terms (keyword_id INTEGER NOT NULL,url_id INTEGER NOT NULL,"
-    "lower_term LONGVARCHAR NOT NULL,term LONGVARCHAR NOT NULL);";
-
-const char* const kHistory =
-    "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
-    "CREATE TABLE urls(id INTEGER PRIMARY KEY,url LONGVARCHAR,title LONGVARCHAR,"
-    "visit_count INTEGER DEFAULT 0 NOT NULL,typed_count INTEGER DEFAULT 0 NOT NULL,"
-    "last_visit_time INTEGER NOT NULL,hidden INTEGER DEFAULT 0 NOT NULL,"
-    "favicon_id INTEGER DEFAULT 0 NOT NULL);"
-    "CREATE TABLE visits(id INTEGER PRIMARY KEY,url INTEGER NOT NULL,visit_time INTEGER NOT "
-    "NULL,from_visit INTEGER,transition INTEGER DEFAULT 0 NOT NULL,segment_id INTEGER,"
-    "is_indexed BOOLEAN,visit_duration INTEGER DEFAULT 0 NOT NULL);"
-    "CREATE TABLE visit_source(id INTEGER PRIMARY KEY,source INTEGER NOT NULL);"
-    "CREATE TABLE keyword_search_terms (keyword_id INTEGER NOT NULL,url_id INTEGER NOT NULL,"
+// The tables "History" shares with "Archived History" (string literals, so both join at compile
+// time).
+#define TPC_ARCHIVED_HISTORY_TABLES                                                                \
+    "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"           \
+    "CREATE TABLE urls(id INTEGER PRIMARY KEY,url LONGVARCHAR,title LONGVARCHAR,"                  \
+    "visit_count INTEGER DEFAULT 0 NOT NULL,typed_count INTEGER DEFAULT 0 NOT NULL,"               \
+    "last_visit_time INTEGER NOT NULL,hidden INTEGER DEFAULT 0 NOT NULL,"                          \
+    "favicon_id INTEGER DEFAULT 0 NOT NULL);"                                                      \
+    "CREATE TABLE visits(id INTEGER PRIMARY KEY,url INTEGER NOT NULL,visit_time INTEGER NOT "      \
+    "NULL,from_visit INTEGER,transition INTEGER DEFAULT 0 NOT NULL,segment_id INTEGER,"            \
+    "is_indexed BOOLEAN,visit_duration INTEGER DEFAULT 0 NOT NULL);"                               \
+    "CREATE TABLE visit_source(id INTEGER PRIMARY KEY,source INTEGER NOT NULL);"                   \
+    "CREATE TABLE keyword_search_terms (keyword_id INTEGER NOT NULL,url_id INTEGER NOT NULL,"      \
     "lower_term LONGVARCHAR NOT NULL,term LONGVARCHAR NOT NULL);"
+
+const char* const kArchivedHistory = TPC_ARCHIVED_HISTORY_TABLES;
+
+const char* const kHistory = TPC_ARCHIVED_HISTORY_TABLES
     "CREATE TABLE downloads (id INTEGER PRIMARY KEY,current_path LONGVARCHAR NOT NULL,"
     "target_path LONGVARCHAR NOT NULL,start_time INTEGER NOT NULL,received_bytes INTEGER NOT "
     "NULL,total_bytes INTEGER NOT NULL,state INTEGER NOT NULL,danger_type INTEGER NOT NULL,"
@@ -40,6 +33,8 @@ const char* const kHistory =
     "pres_index INTEGER DEFAULT -1 NOT NULL);"
     "CREATE TABLE segment_usage (id INTEGER PRIMARY KEY,segment_id INTEGER NOT NULL,"
     "time_slot INTEGER NOT NULL,visit_count INTEGER DEFAULT 0 NOT NULL);";
+
+#undef TPC_ARCHIVED_HISTORY_TABLES
 
 const char* const kHistoryIndex =
     "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
